@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QStringList>
+#include <QTextStream>
+
+#include <functional>
+
+class OrvExternalDatabase;
+
+// The sub-commands of orv-photos. Each takes its own arguments (after the
+// command word) and returns the process exit code.
+struct OrvCommand
+{
+    const char* name;
+    const char* usage;
+    std::function<int(const QStringList& arguments)> run;
+};
+
+QList<OrvCommand> orvCommands();
+
+QTextStream& out();
+QTextStream& err();
+
+// Registered sources, in registration order, with their type codes.
+QList<QPair<quint32, OrvExternalDatabase*>> registeredSources();
+QJsonObject describeSource(quint32 type, OrvExternalDatabase* database);
+// Prints an indented JSON document.
+void printJson(const QJsonObject& object);
+
+int commandSources(const QStringList& arguments);
+
+

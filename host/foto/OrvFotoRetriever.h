@@ -1,0 +1,104 @@
+#pragma once
+
+#include "OrvDrawable.h"
+#include "OrvExternalId.h"
+#include "OrvFoto.h"
+#include "OrvFotoMetaData.h"
+#include "OrvMediaDescriptor.h"
+#include "OrvMediaFormat.h"
+
+#include <QByteArray>
+#include <QSize>
+
+class OrvMediaLoader;
+class OrvNativeMetaDataExiv2;
+class OrvFotoRetrieverData;
+class OrvFotoRetrieverMetaData;
+
+// Per-foto entry point the host uses to fetch pixels, bytes and metadata.
+// Objects returned by clone, retrieve and retrieveMetaData belong to the caller.
+class OrvFotoRetrieverInterface
+{
+public:
+    virtual ~OrvFotoRetrieverInterface();
+    virtual OrvFotoRetrieverInterface* clone() const = 0;
+    virtual OrvFotoRetrieverData* retrieve(const QSize& size) = 0;
+    virtual OrvFotoRetrieverMetaData* retrieveMetaData() = 0;
+    virtual bool operator==(const OrvFotoRetrieverInterface& other) const = 0;
+    virtual size_t hash() const = 0;
+    // Writes pixels or metadata back to the source; false when it cannot.
+    virtual bool storeDrawable(const OrvDrawable& drawable) = 0;
+    virtual bool storeMetaData(const OrvFotoMetaData& metaData) = 0;
+};
+
+// For sources that cannot write back.
+class OrvFotoRetrieverInterfaceReadOnly : public OrvFotoRetrieverInterface
+{
+public:
+    bool storeDrawable(const OrvDrawable& drawable) override;
+    bool storeMetaData(const OrvFotoMetaData& metaData) override;
+};
+
+// Pixels and file bytes of one foto.
+class OrvFotoRetrieverData
+{
+public:
+    OrvFotoRetrieverData() = default;
+    explicit OrvFotoRetrieverData(const OrvMediaDescriptor& descriptor) : myDescriptor(descriptor) {}
+    virtual ~OrvFotoRetrieverData();
+
+    virtual OrvFetchDrawableResult drawable(const QSize& size) = 0;
+    // The foto's bytes in format; an invalid format means "as stored".
+    virtual QByteArray file(const OrvMediaFormat& format);
+    // Decodes the full-size pixels and encodes them in format.
+    virtual QByteArray recodedFile(const OrvMediaFormat& format);
+    virtual OrvFoto foto() const = 0;
+
+    OrvMediaLoader* mediaLoader() const;
+    // Metadata of the file behind this retriever (or of the cached record when
+    // there is no file); the caller owns it.
+    OrvNativeMetaDataExiv2* createNativeMetaData() const;
+    // The file's bytes when it is in format (or format is invalid), else recoded with its metadata kept.
+    QByteArray convertThisFileToFormat(const OrvMediaFormat& format);
+    const OrvMediaDescriptor& descriptor() const { return myDescriptor; }
+
+protected:
+    OrvMediaDescriptor myDescriptor;
+};
+
+// Pixels and bytes of a file on disk.
+class OrvFotoRetrieverDataFileInfo : public OrvFotoRetrieverData
+{
+public:
+    explicit OrvFotoRetrieverDataFileInfo(const OrvMediaDescriptor& descriptor);
+    OrvFetchDrawableResult drawable(const QSize& size) override;
+    QByteArray file(const OrvMediaFormat& format) override;
+    OrvFoto foto() const override;
+};
+
+// Metadata of one foto.
+class OrvFotoRetrieverMetaData
+{
+public:
+    OrvFotoRetrieverMetaData() = default;
+    explicit OrvFotoRetrieverMetaData(const OrvMediaDescriptor& descriptor) : myDescriptor(descriptor) {}
+    virtual ~OrvFotoRetrieverMetaData();
+
+    virtual OrvFotoMetaData metaData();
+    virtual OrvFotoMetaData buildFotoMetaData(const OrvMediaDescriptor& descriptor) const;
+    virtual OrvFotoMetaData buildVideoMetaData(const OrvMediaDescriptor& descriptor) const;
+    virtual OrvFotoMetaData buildWicMetaData(const OrvMediaDescriptor& descriptor) const;
+
+    const OrvMediaDescriptor& descriptor() const { return myDescriptor; }
+
+protected:
+    OrvMediaDescriptor myDescriptor;
+};
+
+// Metadata of a file on disk.
+class OrvFotoRetrieverMetaDataFileInfo : public OrvFotoRetrieverMetaData
+{
+public:
+    explicit OrvFotoRetrieverMetaDataFileInfo(const OrvMediaDescriptor& descriptor);
+    OrvFotoMetaData metaData() override;
+};

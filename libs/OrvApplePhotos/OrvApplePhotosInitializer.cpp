@@ -1,0 +1,48 @@
+#include "OrvApplePhotosInitializer.h"
+
+#include "OrvExternalDatabase.h"
+#include "OrvFotoRegistries.h"
+#include "OrvPlatformIndependent.h"
+#include "OrvProgramConfig.h"
+
+#include <QFileInfo>
+
+namespace {
+
+// Loading the library is enough to take part in the host's start-up.
+OrvApplePhotosInitializer me;
+
+void registerSource(const OrvFotoDatabaseType& type, OrvExternalDatabase* database)
+{
+    OrvSingleton<OrvFotoDatabaseFactory>::instance()->registerDatabase(type, database);
+    OrvSingleton<OrvFotoBuilder>::instance()->addBuilder(database);
+}
+
+bool usesPhotoKit()
+{
+    const QOperatingSystemVersion os = OrvSingleton<OrvPlatformIndependent>::instance()->operatingSystemVersion();
+    return os.type() == QOperatingSystemVersion::MacOS && os >= QOperatingSystemVersion(QOperatingSystemVersion::MacOS, 10, 15);
+}
+
+} // namespace
+
+OrvApplePhotosInitializer::OrvApplePhotosInitializer()
+{
+    OrvSingleton<OrvInitializer>::instance()->registerInitializer(this);
+}
+
+OrvApplePhotosInitializer::~OrvApplePhotosInitializer() = default;
+
+void OrvApplePhotosInitializer::setup(OrvInitializerOption)
+{
+    if (usesPhotoKit()) {
+        // Another program may have exported a foto list for us to know before the user opens it.
+        const QString path = OrvSingleton<OrvFotoSettings>::instance()->fotoListExportPath();
+        if (!path.isEmpty() && QFileInfo::exists(path))
+            OrvSingleton<OrvFotoListRegistry>::instance()->entry(path).readListFromDisk();
+    }
+    OrvSingleton<OrvFotoSourceControllerRegistry>::instance()->reloadControllers();
+    Q_UNUSED(&registerSource);
+}
+
+void OrvApplePhotosInitializer::teardown() {}

@@ -1,0 +1,3 @@
+#include "Probe.h"
+
+extern "C" __attribute__((visibility("default"))) void* probeFromA() { return Probe::instance(); }

@@ -1,0 +1,6 @@
+#include <atomic>
+
+static std::atomic<int> constructions{0};
+
+void countProbeConstruction() { ++constructions; }
+int probeConstructions() { return constructions.load(); }
