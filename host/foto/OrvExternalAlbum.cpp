@@ -1,8 +1,50 @@
 #include "OrvExternalAlbum.h"
 
-#include <QCollator>
-
 #include <algorithm>
+
+namespace {
+
+// Natural order, independent of the process locale: case-insensitive, and
+// runs of digits compare by their value ("Album 9" before "album 10").
+int naturalCompare(const QString& a, const QString& b)
+{
+    qsizetype i = 0;
+    qsizetype j = 0;
+    while (i < a.size() && j < b.size()) {
+        if (a.at(i).isDigit() && b.at(j).isDigit()) {
+            qsizetype endA = i;
+            qsizetype endB = j;
+            while (endA < a.size() && a.at(endA).isDigit())
+                ++endA;
+            while (endB < b.size() && b.at(endB).isDigit())
+                ++endB;
+            QStringView numberA = QStringView(a).mid(i, endA - i);
+            QStringView numberB = QStringView(b).mid(j, endB - j);
+            while (numberA.size() > 1 && numberA.front() == QLatin1Char('0'))
+                numberA = numberA.mid(1);
+            while (numberB.size() > 1 && numberB.front() == QLatin1Char('0'))
+                numberB = numberB.mid(1);
+            if (numberA.size() != numberB.size())
+                return numberA.size() < numberB.size() ? -1 : 1;
+            if (const int c = numberA.compare(numberB); c != 0)
+                return c;
+            i = endA;
+            j = endB;
+            continue;
+        }
+        const QChar ca = a.at(i).toCaseFolded();
+        const QChar cb = b.at(j).toCaseFolded();
+        if (ca != cb)
+            return ca < cb ? -1 : 1;
+        ++i;
+        ++j;
+    }
+    if (a.size() - i != b.size() - j)
+        return (a.size() - i) < (b.size() - j) ? -1 : 1;
+    return a.compare(b);
+}
+
+} // namespace
 
 struct OrvExternalAlbum::Data : QSharedData
 {
@@ -54,11 +96,8 @@ QStringList OrvExternalAlbumList::albumNamesSorted() const
     names.reserve(size());
     for (const OrvExternalAlbum& album : *this)
         names.append(album.name());
-    QCollator collator;
-    collator.setNumericMode(true);
-    collator.setCaseSensitivity(Qt::CaseInsensitive);
     std::stable_sort(names.begin(), names.end(),
-                     [&collator](const QString& a, const QString& b) { return collator.compare(a, b) < 0; });
+                     [](const QString& a, const QString& b) { return naturalCompare(a, b) < 0; });
     return names;
 }
 

@@ -53,6 +53,7 @@ public:
     OrvExternalFotoList() = default;
     OrvExternalFotoList(const QList<OrvExternalFoto>& fotos) : QList<OrvExternalFoto>(fotos) {}
     OrvExternalFotoList(QList<OrvExternalFoto>&& fotos) : QList<OrvExternalFoto>(std::move(fotos)) {}
+    OrvExternalFotoList(std::initializer_list<OrvExternalFoto> fotos) : QList<OrvExternalFoto>(fotos) {}
 };
 
 Q_DECLARE_METATYPE(OrvExternalFoto)

@@ -5,6 +5,10 @@
 #include <QString>
 
 #include <functional>
+#include <ostream>
+
+// Readable QStrings in test failure messages.
+inline void PrintTo(const QString& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }
 
 namespace OrvTest {
 

@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Installs the Debian 12 packages that building, running and testing need.
+set -euo pipefail
+
+packages=(
+  # build
+  build-essential cmake ninja-build pkg-config
+  # Qt 6 (Core, Gui, Widgets, Xml, Test, private headers for the file engine) and its translation tools
+  qt6-base-dev qt6-base-private-dev qt6-l10n-tools qt6-tools-dev-tools libgl-dev
+  # metadata, property lists, XML, cameras
+  libexiv2-dev libplist-dev libexpat1-dev libgphoto2-dev
+  # tests and benchmarks
+  libgtest-dev libgmock-dev libbenchmark-dev libvips-tools libjpeg-turbo-progs python3
+  # sanitizers and fuzzing with clang
+  clang libclang-rt-14-dev
+)
+
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")
+done
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+sudo=""
+if [ "$(id -u)" -ne 0 ]; then sudo="sudo"; fi
+echo "Installing: ${missing[*]}"
+$sudo apt-get update -qq
+DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"

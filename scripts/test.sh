@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Builds everything and runs all tests: a normal build, then one with
+# AddressSanitizer and UndefinedBehaviorSanitizer. Installs the Debian
+# packages it needs first.
+#   scripts/test.sh            both builds
+#   scripts/test.sh --quick    the normal build only
+#   scripts/test.sh --tsan     additionally the threaded suites under ThreadSanitizer
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+quick=0
+tsan=0
+for argument in "$@"; do
+  case "$argument" in
+    --quick) quick=1 ;;
+    --tsan) tsan=1 ;;
+    *) echo "usage: $0 [--quick] [--tsan]" >&2; exit 1 ;;
+  esac
+done
+
+bash "$root/scripts/install-deps.sh"
+jobs=$(nproc)
+
+run_suite() {  # build dir, cmake options...
+  local dir=$1
+  shift
+  cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@" > "$dir.configure.log" 2>&1 \
+    || { cat "$dir.configure.log"; return 1; }
+  cmake --build "$dir" -j "$jobs"
+  (cd "$dir" && ctest --output-on-failure -j "$jobs" --timeout 900)
+}
+
+mkdir -p "$root/build"
+echo "== normal build"
+run_suite "$root/build"
+if [ "$quick" -eq 0 ]; then
+  echo "== AddressSanitizer + UndefinedBehaviorSanitizer build"
+  export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=0:abort_on_error=1}
+  export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+  run_suite "$root/build-asan" -DORV_SANITIZE=address,undefined -DORV_BUILD_BENCH=OFF
+fi
+if [ "$tsan" -eq 1 ]; then
+  echo "== ThreadSanitizer build"
+  export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1}
+  run_suite "$root/build-tsan" -DORV_SANITIZE=thread -DORV_BUILD_BENCH=OFF
+fi

@@ -1,0 +1,110 @@
+#include "OrvFileSystemWatcher.h"
+#include "OrvInitializer.h"
+#include "OrvPlatformIndependent.h"
+#include "OrvXMLLoader.h"
+
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+namespace {
+
+struct RecordingInitializer : OrvInitializerAbstract
+{
+    RecordingInitializer(QStringList* log, QString name, OrvInitializerAbstract* registersLater = nullptr)
+        : myLog(log), myName(std::move(name)), myLater(registersLater)
+    {
+    }
+    void setup(OrvInitializerOption) override
+    {
+        myLog->append(QStringLiteral("setup ") + myName);
+        // A setup may load more code that registers further initializers.
+        if (myLater)
+            OrvSingleton<OrvInitializer>::instance()->registerInitializer(myLater);
+    }
+    void teardown() override { myLog->append(QStringLiteral("teardown ") + myName); }
+
+    QStringList* myLog;
+    QString myName;
+    OrvInitializerAbstract* myLater;
+};
+
+} // namespace
+
+TEST(OrvInitializer, RunsEachSetupOnceInRegistrationOrderAndTearsDownInReverse)
+{
+    OrvInitializer* registry = OrvSingleton<OrvInitializer>::instance();
+    QStringList log;
+    RecordingInitializer late(&log, QStringLiteral("late"));
+    RecordingInitializer first(&log, QStringLiteral("first"), &late);
+    RecordingInitializer second(&log, QStringLiteral("second"));
+    registry->registerInitializer(&first);
+    registry->registerInitializer(&second);
+    registry->registerInitializer(&first);  // twice is once
+
+    EXPECT_EQ(registry->setupAll(), 3);
+    EXPECT_EQ(registry->setupAll(), 0);
+    registry->teardownAll();
+    EXPECT_EQ(log, (QStringList{"setup first", "setup second", "setup late", "teardown late", "teardown second",
+                                "teardown first"}));
+    for (auto* initializer : {&first, &second, &late})
+        registry->unregisterInitializer(initializer);
+}
+
+TEST(OrvPlatformIndependent, ParsesAndOverridesTheOperatingSystem)
+{
+    const auto catalina = OrvPlatformIndependent::parseOperatingSystem(QStringLiteral("macos:10.15.0"));
+    ASSERT_TRUE(catalina);
+    EXPECT_EQ(catalina->type(), QOperatingSystemVersion::MacOS);
+    EXPECT_EQ(catalina->microVersion(), 0);
+    const auto mojave = OrvPlatformIndependent::parseOperatingSystem(QStringLiteral("macos:10.14.6"));
+    ASSERT_TRUE(mojave);
+    EXPECT_TRUE(*mojave < QOperatingSystemVersion(QOperatingSystemVersion::MacOS, 10, 15));
+    EXPECT_TRUE(*catalina >= QOperatingSystemVersion(QOperatingSystemVersion::MacOS, 10, 15));
+    EXPECT_TRUE(OrvPlatformIndependent::parseOperatingSystem(QStringLiteral("linux")));
+    for (const char* bad : {"macos", "macos:", "macos:x.1", "macos:1.2.3.4", "beos:5", "macos:-1"})
+        EXPECT_FALSE(OrvPlatformIndependent::parseOperatingSystem(QString::fromLatin1(bad))) << bad;
+
+    OrvPlatformIndependent* platform = OrvSingleton<OrvPlatformIndependent>::instance();
+    platform->setOperatingSystemVersion(*mojave);
+    EXPECT_TRUE(platform->isMacOS());
+    EXPECT_EQ(platform->operatingSystemVersion().minorVersion(), 14);
+    platform->resetOperatingSystemVersion();
+    EXPECT_EQ(platform->operatingSystemVersion().type(), QOperatingSystemVersion::current().type());
+    EXPECT_EQ(platform->operatingSystemVersion().version(), QOperatingSystemVersion::current().version());
+}
+
+TEST(OrvXMLLoader, GivesTheDocumentElementOrANullOne)
+{
+    QTemporaryDir dir;
+    const QString good = dir.filePath(QStringLiteral("good.xml"));
+    OrvTest::writeFile(good, "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>a</key><string>b</string></dict></plist>");
+    const QDomElement root = OrvXMLLoader::loadDocumentElement(QFileInfo(good));
+    EXPECT_EQ(root.tagName(), QStringLiteral("plist"));
+    EXPECT_EQ(root.firstChildElement(QStringLiteral("dict")).firstChildElement().text(), QStringLiteral("a"));
+
+    const QString broken = dir.filePath(QStringLiteral("broken.xml"));
+    OrvTest::writeFile(broken, "<plist><dict>");
+    EXPECT_TRUE(OrvXMLLoader::loadDocumentElement(QFileInfo(broken)).isNull());
+    EXPECT_TRUE(OrvXMLLoader::loadDocumentElement(QFileInfo(dir.filePath(QStringLiteral("missing.xml")))).isNull());
+}
+
+TEST(OrvFileSystemWatcher, ReportsAChangedFile)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("watched.xml"));
+    OrvTest::writeFile(path, "one");
+    OrvFileSystemWatcher* watcher = OrvSingleton<OrvFileSystemWatcher>::instance();
+    QSignalSpy spy(watcher, &OrvFileSystemWatcher::filesChanged);
+    watcher->addFile(QFileInfo(path));
+    EXPECT_TRUE(watcher->watchedFiles().contains(path));
+    OrvTest::writeFile(path, "two, longer");
+    EXPECT_TRUE(OrvTest::waitFor([&] { return !spy.isEmpty(); }));
+    ASSERT_FALSE(spy.isEmpty());
+    EXPECT_EQ(spy.first().first().value<QList<QString>>(), QList<QString>{path});
+    watcher->removeFile(QFileInfo(path));
+}

@@ -1,0 +1,114 @@
+#include "OrvApplePhotosInitializer.h"
+
+#include "OrvExternalDatabase.h"
+#include "OrvFotoRegistries.h"
+#include "OrvPlatformIndependent.h"
+#include "OrvProgramConfig.h"
+
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QTemporaryDir>
+
+namespace {
+
+QStringList messages;
+void recordMessage(QtMsgType, const QMessageLogContext&, const QString& text) { messages.append(text); }
+
+OrvApplePhotosInitializer* pluginInitializer()
+{
+    for (OrvInitializerAbstract* initializer : OrvSingleton<OrvInitializer>::instance()->initializers()) {
+        if (auto* ours = dynamic_cast<OrvApplePhotosInitializer*>(initializer))
+            return ours;
+    }
+    return nullptr;
+}
+
+struct InitializerFixture : ::testing::Test
+{
+    void SetUp() override
+    {
+        OrvSingleton<OrvFotoDatabaseFactory>::instance()->clear();
+        OrvSingleton<OrvFotoSettings>::instance()->setFotoListExportPath(QString());
+        // Keep the test away from the user's own libraries.
+        qputenv("XDG_CONFIG_HOME", config.path().toLocal8Bit());
+    }
+    void TearDown() override { OrvSingleton<OrvPlatformIndependent>::instance()->resetOperatingSystemVersion(); }
+
+    QList<quint32> setUpOn(const char* os, int programId = 1)
+    {
+        OrvSingleton<OrvPlatformIndependent>::instance()->setOperatingSystemVersion(
+            *OrvPlatformIndependent::parseOperatingSystem(QString::fromLatin1(os)));
+        OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
+        OrvSingleton<OrvFotoDatabaseFactory>::instance()->clear();
+        pluginInitializer()->setup(OrvInitializerOption::Default);
+        QList<quint32> types;
+        for (const OrvFotoDatabaseType& type : OrvSingleton<OrvFotoDatabaseFactory>::instance()->types())
+            types.append(type.code());
+        return types;
+    }
+
+    QTemporaryDir config;
+};
+
+} // namespace
+
+TEST_F(InitializerFixture, LoadingTheLibraryRegistersOneInitializer)
+{
+    int ours = 0;
+    for (OrvInitializerAbstract* initializer : OrvSingleton<OrvInitializer>::instance()->initializers())
+        ours += dynamic_cast<OrvApplePhotosInitializer*>(initializer) ? 1 : 0;
+    EXPECT_EQ(ours, 1);
+}
+
+TEST_F(InitializerFixture, ReloadsTheControllersAfterRegistering)
+{
+    OrvFotoSourceControllerRegistry* controllers = OrvSingleton<OrvFotoSourceControllerRegistry>::instance();
+    const int before = controllers->reloadCount();
+    const QList<quint32> types = setUpOn("macos:14.0");
+    EXPECT_EQ(controllers->reloadCount(), before + 1);
+    EXPECT_EQ(controllers->controllers().size(), types.size());
+    // Every source is also a foto builder, in the same order.
+    const QList<OrvExternalDatabase*> builders = OrvSingleton<OrvFotoBuilder>::instance()->builders();
+    for (OrvExternalDatabase* database : OrvSingleton<OrvFotoDatabaseFactory>::instance()->databases())
+        EXPECT_TRUE(builders.contains(database));
+}
+
+TEST_F(InitializerFixture, ReadsTheFotoListOnlyWhenThePhotoKitBranchIsTaken)
+{
+    QTemporaryDir dir;
+    const QString catalina = dir.filePath(QStringLiteral("catalina.orvfotos"));
+    const QString mojave = dir.filePath(QStringLiteral("mojave.orvfotos"));
+    OrvTest::writeFile(catalina, "#orv-fotolist 1\nname: exported\nphotokit:foto#A\n");
+    OrvTest::writeFile(mojave, "#orv-fotolist 1\nname: exported\nphotokit:foto#A\n");
+    OrvFotoListRegistry* lists = OrvSingleton<OrvFotoListRegistry>::instance();
+
+    OrvSingleton<OrvFotoSettings>::instance()->setFotoListExportPath(catalina);
+    setUpOn("macos:10.15.0");
+    EXPECT_TRUE(lists->entry(catalina).isLoaded());
+    EXPECT_EQ(lists->entry(catalina).fotoUrls().size(), 1);
+
+    OrvSingleton<OrvFotoSettings>::instance()->setFotoListExportPath(mojave);
+    setUpOn("macos:10.14.6");
+    EXPECT_FALSE(lists->entry(mojave).isLoaded());
+    setUpOn("linux");
+    EXPECT_FALSE(lists->entry(mojave).isLoaded());
+}
+
+TEST_F(InitializerFixture, MissingOrEmptyFotoListPathIsSilentlySkipped)
+{
+    QTemporaryDir dir;
+    OrvFotoListRegistry* lists = OrvSingleton<OrvFotoListRegistry>::instance();
+    const QStringList before = lists->paths();
+    messages.clear();
+    QtMessageHandler previous = qInstallMessageHandler(recordMessage);
+    OrvSingleton<OrvFotoSettings>::instance()->setFotoListExportPath(dir.filePath(QStringLiteral("absent")));
+    setUpOn("macos:10.15.0");
+    OrvSingleton<OrvFotoSettings>::instance()->setFotoListExportPath(QString());
+    setUpOn("macos:10.15.0");
+    qInstallMessageHandler(previous);
+    EXPECT_EQ(lists->paths(), before);
+    for (const QString& message : std::as_const(messages))
+        EXPECT_FALSE(message.contains(QStringLiteral("list"), Qt::CaseInsensitive)) << qPrintable(message);
+}
