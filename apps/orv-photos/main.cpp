@@ -9,7 +9,10 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
 #include <QLibrary>
+#include <QLocale>
+#include <QTranslator>
 
 namespace {
 
@@ -25,6 +28,11 @@ void printUsage()
              "  --program-id N         host program id the plug-in sees (default 8)\n"
              "  --os SYSTEM:VERSION    pretend to run on another system, e.g. macos:14.0 or macos:10.14.6\n"
              "  --foto-list PATH       foto list file exported by another program\n"
+             "  --photos-library FILE  simulated Photos library description (JSON, see platform/sim/README.md);\n"
+             "                         the PhotoKit source shows it (needs --os macos:10.15 or later); access is\n"
+             "                         granted unless the description's \"authorization\" says otherwise\n"
+             "  --language de|en       language of album names and messages (default: de for a German\n"
+             "                         system locale, en otherwise)\n"
              "commands:\n";
     for (const OrvCommand& command : orvCommands())
         err() << "  " << command.usage << "\n";
@@ -62,6 +70,7 @@ int main(int argc, char** argv)
 
     QString pluginPath = defaultPluginPath();
     int programId = defaultProgramId;
+    QString language = QLocale::system().language() == QLocale::German ? QStringLiteral("de") : QStringLiteral("en");
     while (!arguments.isEmpty() && arguments.first().startsWith(QLatin1String("--"))) {
         const QString option = arguments.takeFirst();
         if (option == QLatin1String("--help")) {
@@ -89,6 +98,20 @@ int main(int argc, char** argv)
                 return 1;
             }
             OrvSingleton<OrvPlatformIndependent>::instance()->setOperatingSystemVersion(*os);
+        } else if (option == QLatin1String("--language")) {
+            if (value != QLatin1String("de") && value != QLatin1String("en")) {
+                err() << "orv-photos: --language takes de or en\n";
+                return 1;
+            }
+            language = value;
+        } else if (option == QLatin1String("--photos-library")) {
+            // The PhotoKit backend of this build reads the library named here when first asked.
+            QFile description(value);
+            if (!description.open(QIODevice::ReadOnly) || !QJsonDocument::fromJson(description.readAll()).isObject()) {
+                err() << "orv-photos: " << value << " is no Photos library description\n";
+                return 1;
+            }
+            qputenv("ORV_PHOTOS_LIBRARY", QFileInfo(value).absoluteFilePath().toLocal8Bit());
         } else if (option == QLatin1String("--foto-list")) {
             OrvSingleton<OrvFotoSettings>::instance()->setFotoListExportPath(value);
         } else {
@@ -118,6 +141,10 @@ int main(int argc, char** argv)
               << (QFileInfo(pluginPath).isFile() ? plugin.errorString() : QStringLiteral("no such file")) << "\n";
         return 2;
     }
+    // The plug-in's texts are German; it carries its English catalogue.
+    QTranslator translator;
+    if (language == QLatin1String("en") && translator.load(QStringLiteral(":/orv/translations/OrvApplePhotos_en.qm")))
+        QCoreApplication::installTranslator(&translator);
     if (OrvSingleton<OrvInitializer>::instance()->setupAll() == 0) {
         err() << "orv-photos: " << pluginPath << " registered no initializer\n";
         return 2;

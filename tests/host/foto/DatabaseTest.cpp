@@ -226,3 +226,18 @@ TEST(OrvFotoSafeContainer, GivesOneWritableTemporaryFolder)
     EXPECT_TRUE(QFileInfo(dir).isWritable());
     EXPECT_EQ(OrvSingleton<OrvFotoSafeContainer>::instance()->temporaryDir(), dir);
 }
+
+#include "OrvGUIWidgetsConfig.h"
+
+TEST(OrvGUIWidgetsConfig, IconsAndImagesById)
+{
+    OrvGUIWidgetsConfig* config = OrvSingleton<OrvGUIWidgetsConfig>::instance();
+    const QImage album = config->loadImageById(QStringLiteral("album"));
+    ASSERT_FALSE(album.isNull());
+    EXPECT_EQ(album.size(), QSize(16, 16));
+    EXPECT_FALSE(config->loadIconById(QStringLiteral("camera")).isNull());
+    const QImage dark = config->loadImageById(QStringLiteral("album"), 'd');
+    EXPECT_LT(qGray(dark.pixel(1, 1)), qGray(album.convertToFormat(QImage::Format_ARGB32).pixel(1, 1)) + 1);
+    EXPECT_TRUE(config->loadImageById(QStringLiteral("no-such-icon")).isNull());
+    EXPECT_TRUE(config->loadIconById(QStringLiteral("../album")).isNull());
+}
