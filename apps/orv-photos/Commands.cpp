@@ -22,6 +22,9 @@ QList<OrvCommand> orvCommands()
 {
     return {
         {"sources", "sources [--json]                  the registered photo sources", commandSources},
+        {"tree", "tree [--source SERVICE] [--json]  every album and foto of one or all sources", commandTree},
+        {"export", "export --source SERVICE --album NAME_OR_URL --size N|full --format jpeg|png|original --out DIR\n"
+                   "                                    write an album's fotos into a folder", commandExport},
     };
 }
 

@@ -29,5 +29,9 @@ QJsonObject describeSource(quint32 type, OrvExternalDatabase* database);
 void printJson(const QJsonObject& object);
 
 int commandSources(const QStringList& arguments);
+int commandTree(const QStringList& arguments);
+int commandExport(const QStringList& arguments);
+// Starts the sources and opens every album until nothing new arrives (bounded).
+void openAllAlbums(const QList<OrvExternalDatabase*>& databases);
 
 

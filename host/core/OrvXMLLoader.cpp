@@ -1,8 +1,48 @@
 #include "OrvXMLLoader.h"
 
+#include "OrvXmlRepair.h"
+
 #include <QDebug>
 #include <QDomDocument>
 #include <QFile>
+#include <QXmlStreamReader>
+
+namespace {
+
+// Deeper documents are refused: QDom builds and destroys its tree recursively.
+constexpr int maxDepth = 1000;
+
+// Whether QDom may build this document: no entity declarations (nothing can
+// expand) and no absurd nesting. Malformed documents pass; QDom reports them.
+bool isSafeForDom(const QByteArray& bytes, const QString& path)
+{
+    QXmlStreamReader reader(bytes);
+    int depth = 0;
+    while (!reader.atEnd()) {
+        switch (reader.readNext()) {
+        case QXmlStreamReader::DTD:
+            if (reader.text().contains(QLatin1String("<!ENTITY"))) {
+                qDebug() << "OrvXMLLoader: refusing entity declarations in" << path;
+                return false;
+            }
+            break;
+        case QXmlStreamReader::StartElement:
+            if (++depth > maxDepth) {
+                qDebug() << "OrvXMLLoader: refusing nesting deeper than" << maxDepth << "in" << path;
+                return false;
+            }
+            break;
+        case QXmlStreamReader::EndElement:
+            --depth;
+            break;
+        default:
+            break;
+        }
+    }
+    return true;
+}
+
+} // namespace
 
 QDomElement OrvXMLLoader::loadDocumentElement(const QFileInfo& file)
 {
@@ -11,11 +51,18 @@ QDomElement OrvXMLLoader::loadDocumentElement(const QFileInfo& file)
         qDebug() << "OrvXMLLoader: cannot open" << file.absoluteFilePath();
         return {};
     }
+    // Some writers left bare "&" and NUL bytes in their files; mend those, parse the rest strictly.
+    qsizetype repairs = 0;
+    const QByteArray bytes = OrvXmlRepair::repaired(in.readAll(), &repairs);
+    if (repairs > 0)
+        qDebug() << "OrvXMLLoader: repaired" << repairs << "defects in" << file.absoluteFilePath();
+    if (!isSafeForDom(bytes, file.absoluteFilePath()))
+        return {};
     QDomDocument document;
     QString error;
     int line = 0;
     int column = 0;
-    if (!document.setContent(in.readAll(), &error, &line, &column)) {
+    if (!document.setContent(bytes, &error, &line, &column)) {
         qDebug() << "OrvXMLLoader:" << file.absoluteFilePath() << line << column << error;
         return {};
     }

@@ -1,7 +1,19 @@
 #include "OrvExternalId.h"
 
+namespace {
+
+// 0 for the empty id, so that a default-constructed id and one made of empty strings hash alike.
+size_t computeHash(const QString& serviceId, const QString& type, const QString& remoteId)
+{
+    if (serviceId.isEmpty() && type.isEmpty() && remoteId.isEmpty())
+        return 0;
+    return qHashMulti(0, serviceId, type, remoteId);
+}
+
+} // namespace
+
 OrvExternalId::OrvExternalId(const QString& serviceId, const QString& type, const QString& remoteId)
-    : myServiceId(serviceId), myType(type), myRemoteId(remoteId)
+    : myServiceId(serviceId), myType(type), myRemoteId(remoteId), myHash(computeHash(serviceId, type, remoteId))
 {
 }
 
@@ -12,6 +24,7 @@ OrvExternalId::OrvExternalId(const QUrl& url)
     myServiceId = url.scheme();
     myType = url.path(QUrl::FullyDecoded);
     myRemoteId = url.fragment(QUrl::FullyDecoded);
+    myHash = computeHash(myServiceId, myType, myRemoteId);
 }
 
 QUrl OrvExternalId::toUrl() const
@@ -29,5 +42,5 @@ QUrl OrvExternalId::toUrl() const
 
 size_t OrvExternalId::hash() const
 {
-    return qHashMulti(0, myServiceId, myType, myRemoteId);
+    return myHash;
 }

@@ -26,7 +26,8 @@ public:
 
     bool operator==(const OrvExternalId& other) const
     {
-        return myRemoteId == other.myRemoteId && myType == other.myType && myServiceId == other.myServiceId;
+        return myHash == other.myHash && myRemoteId == other.myRemoteId && myType == other.myType
+            && myServiceId == other.myServiceId;
     }
     bool operator!=(const OrvExternalId& other) const { return !(*this == other); }
 
@@ -34,6 +35,8 @@ private:
     QString myServiceId;
     QString myType;
     QString myRemoteId;
+    // Ids are keys of every pool and cache, hashed many times each: computed once.
+    size_t myHash = 0;
 };
 
 inline size_t qHash(const OrvExternalId& id, size_t seed = 0) { return id.hash() ^ seed; }

@@ -123,6 +123,8 @@ bool OrvExternalAlbumPool::appendFotos(const OrvExternalId& albumId, const OrvEx
     }
     OrvExternalIdList ids = d->albums.at(at).fotoIds();
     ids.reserve(ids.size() + fotoIds.size());
+    // Growing a large set step by step rehashes it again and again.
+    present.reserve(present.size() + fotoIds.size());
     for (const OrvExternalId& id : fotoIds) {
         if (!present.contains(id)) {
             present.insert(id);

@@ -96,6 +96,7 @@ public:
     qint64 byteCount() const;
 
     bool operator==(const OrvFotoMetaData& other) const;
+    bool operator!=(const OrvFotoMetaData& other) const { return !(*this == other); }
 
 private:
     struct Data;

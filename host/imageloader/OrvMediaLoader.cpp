@@ -17,34 +17,27 @@ namespace {
 const qint64 kMaxInMemoryBytes = 512LL * 1024 * 1024;
 
 // The JPEG reader pads a cut-off file with an end marker, warns and returns a
-// half grey picture as success. It asks its device for more bytes (a seek to
-// the end while already there, or a read there) only when the data ran out
-// before the end marker, which is what this notices.
+// half grey picture as success. Reading from a buffer it takes all bytes at
+// once and seeks to the end; it seeks there once more when it finishes. A
+// further seek to the end while already there means it asked for more bytes
+// than the file has, which is what this counts.
 class EndWatchingBuffer : public QBuffer
 {
 public:
     explicit EndWatchingBuffer(const QByteArray& bytes) { setData(bytes); }
 
-    void resetWatch() { myRanOut = false; }
-    bool ranOut() const { return myRanOut; }
+    void resetWatch() { myEndSeeks = 0; }
+    bool ranOut() const { return myEndSeeks > 1; }
 
     bool seek(qint64 position) override
     {
         if (position >= size() && pos() >= size())
-            myRanOut = true;
+            ++myEndSeeks;
         return QBuffer::seek(position);
     }
 
-protected:
-    qint64 readData(char* data, qint64 maxSize) override
-    {
-        if (maxSize > 0 && pos() >= size())
-            myRanOut = true;
-        return QBuffer::readData(data, maxSize);
-    }
-
 private:
-    bool myRanOut = false;
+    int myEndSeeks = 0;
 };
 
 bool swapsAxes(QImageIOHandler::Transformations transformation)
@@ -75,6 +68,8 @@ QImage decode(QImageReader& reader, const QSize& boundingSize, OrvMetaData* colo
         }
     }
 
+    // Asked now: once a reader has finished it no longer names its format.
+    const bool isJpeg = watch && reader.format() == "jpeg";
     if (watch)
         watch->resetWatch();
     QImage image;
@@ -82,7 +77,7 @@ QImage decode(QImageReader& reader, const QSize& boundingSize, OrvMetaData* colo
         qDebug() << "OrvMediaLoader: cannot decode" << origin << reader.errorString();
         return QImage();
     }
-    if (watch && watch->ranOut() && reader.format() == "jpeg") {
+    if (isJpeg && watch->ranOut()) {
         qDebug() << "OrvMediaLoader: truncated JPEG" << origin;
         return QImage();
     }
@@ -127,7 +122,8 @@ bool OrvMediaLoader::isSupportedFormat(const OrvMediaFormat& format) const
 
 QImage OrvMediaLoader::load(const QString& path, const QSize& boundingSize, OrvMetaData* colorInfo) const
 {
-    if (path.isEmpty())
+    // Opening a FIFO or a device would block until someone writes to it.
+    if (path.isEmpty() || !QFileInfo(path).isFile())
         return QImage();
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -175,7 +171,7 @@ OrvDrawable OrvMediaLoader::loadDrawable(const OrvMediaDescriptor& descriptor, c
 
 QSize OrvMediaLoader::imageSize(const QString& path) const
 {
-    if (path.isEmpty())
+    if (path.isEmpty() || !QFileInfo(path).isFile())
         return QSize();
     QImageReader reader(path);
     reader.setAutoTransform(true);

@@ -94,7 +94,7 @@ QString exifString(const Exiv2::ExifData& exif, const char* key)
     return datum ? toQString(datum->toString()) : QString();
 }
 
-bool parseInt(const std::string& text, long* value)
+bool parseNumber(const std::string& text, long* value)
 {
     bool ok = false;
     const double parsed = QString::fromStdString(text).trimmed().toDouble(&ok);
@@ -110,7 +110,7 @@ int orientationOf(const Exiv2::ExifData& exif, const Exiv2::XmpData& xmp)
     if (const Exiv2::Exifdatum* datum = findExif(exif, kOrientation))
         value = datum->toLong(0);
     else if (const Exiv2::Xmpdatum* xdatum = findXmp(xmp, kXmpOrientation))
-        parseInt(xdatum->toString(), &value);
+        parseNumber(xdatum->toString(), &value);
     return (value >= 1 && value <= 8) ? int(value) : 1;
 }
 
@@ -404,7 +404,7 @@ OrvFotoMetaData OrvNativeMetaDataExiv2::metaData() const
         if (const Exiv2::Exifdatum* datum = findExif(exif, kRating))
             rating = datum->toLong(0);
         else if (const Exiv2::Xmpdatum* xdatum = findXmp(d->xmp, kXmpRating))
-            parseInt(xdatum->toString(), &rating);
+            parseNumber(xdatum->toString(), &rating);
         result.setAdobeRating(int(qBound(-1L, rating, 5L)));
 
         const OrvGeoPosition position = geoPositionOf(exif);

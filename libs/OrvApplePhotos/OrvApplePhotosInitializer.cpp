@@ -2,6 +2,8 @@
 
 #include "OrvExternalDatabase.h"
 #include "OrvFotoRegistries.h"
+#include "OrvIPhotoDatabase.h"
+#include "OrvPhotoKitDatabase.h"
 #include "OrvPlatformIndependent.h"
 #include "OrvProgramConfig.h"
 
@@ -35,7 +37,10 @@ OrvApplePhotosInitializer::~OrvApplePhotosInitializer() = default;
 
 void OrvApplePhotosInitializer::setup(OrvInitializerOption)
 {
+    registerSource(OrvFotoDatabaseType(128), OrvIPhotoDatabase::instance());
+    registerSource(OrvFotoDatabaseType(256), OrvIPhotoDatabase::apertureInstance());
     if (usesPhotoKit()) {
+        registerSource(OrvFotoDatabaseType(4096), OrvSingleton<OrvPhotoKitDatabase>::instance());
         // Another program may have exported a foto list for us to know before the user opens it.
         const QString path = OrvSingleton<OrvFotoSettings>::instance()->fotoListExportPath();
         if (!path.isEmpty() && QFileInfo::exists(path))

@@ -1,0 +1,196 @@
+#include "Commands.h"
+
+#include "OrvExternalDatabase.h"
+#include "OrvFotoCacheManager.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QSet>
+#include <QThread>
+
+namespace {
+
+// Nothing new for this long means every album is open.
+constexpr int quietMs = 500;
+// Sources that never settle are printed as far as they got.
+constexpr int boundMs = 10000;
+
+QString isoWithOffset(const QDateTime& taken)
+{
+    if (!taken.isValid())
+        return QString();
+    const int offset = taken.offsetFromUtc();
+    const QTime time = taken.time();
+    QString text = taken.date().toString(Qt::ISODate) + QLatin1Char('T')
+        + time.toString(time.msec() ? QStringLiteral("HH:mm:ss.zzz") : QStringLiteral("HH:mm:ss"));
+    const int minutes = qAbs(offset) / 60;
+    text += (offset < 0 ? QLatin1Char('-') : QLatin1Char('+'))
+        + QStringLiteral("%1:%2").arg(minutes / 60, 2, 10, QLatin1Char('0')).arg(minutes % 60, 2, 10, QLatin1Char('0'));
+    return text;
+}
+
+QString urlText(const OrvExternalId& id) { return id.isValid() ? id.toUrl().toString() : QString(); }
+
+// Albums parents first, each followed by its sub-albums; albums whose parent is unknown come last.
+OrvExternalAlbumList albumsInTreeOrder(const OrvExternalDatabase* database)
+{
+    const OrvExternalDataPool& pool = database->getExternalDataPoolConst();
+    OrvExternalAlbumList ordered;
+    QSet<OrvExternalId> seen;
+    std::function<void(const OrvExternalId&)> visit = [&](const OrvExternalId& parent) {
+        for (const OrvExternalId& id : pool.childAlbums(parent)) {
+            if (seen.contains(id))
+                continue;
+            seen.insert(id);
+            const OrvExternalAlbum album = pool.findAlbum(id);
+            if (!album.isValid())
+                continue;
+            ordered.append(album);
+            visit(id);
+        }
+    };
+    visit(OrvExternalId());
+    for (const OrvExternalAlbum& album : pool.albums()) {
+        if (!seen.contains(album.id()))
+            ordered.append(album);
+    }
+    return ordered;
+}
+
+QJsonObject describeTree(quint32 type, OrvExternalDatabase* database)
+{
+    QJsonObject source = describeSource(type, database);
+    QJsonArray albums;
+    for (const OrvExternalAlbum& album : albumsInTreeOrder(database)) {
+        QJsonArray fotos;
+        for (const OrvExternalId& id : album.fotoIds())
+            fotos.append(urlText(id));
+        albums.append(QJsonObject{{QStringLiteral("id"), urlText(album.id())},
+                                  {QStringLiteral("name"), album.name()},
+                                  {QStringLiteral("type"), qint64(album.type().code())},
+                                  {QStringLiteral("parent"), urlText(album.parentAlbum())},
+                                  {QStringLiteral("fotos"), fotos}});
+    }
+    QJsonArray fotos;
+    for (const OrvExternalFoto& foto : database->fotos()) {
+        QJsonArray faces;
+        for (const OrvExternalFace& face : foto.faces()) {
+            const QRectF r = face.rect();
+            faces.append(QJsonObject{{QStringLiteral("id"), urlText(face.id())},
+                                     {QStringLiteral("rect"), QJsonArray{r.x(), r.y(), r.width(), r.height()}}});
+        }
+        const QUrl data = foto.dataUrl(FOTO_CACHE_SIZE_FULL);
+        fotos.append(QJsonObject{{QStringLiteral("id"), urlText(foto.id())},
+                                 {QStringLiteral("name"), foto.name()},
+                                 {QStringLiteral("taken"), isoWithOffset(foto.taken())},
+                                 {QStringLiteral("rating"), foto.adobeRating()},
+                                 {QStringLiteral("faces"), faces},
+                                 {QStringLiteral("file"), data.isLocalFile() ? data.toLocalFile() : QString()}});
+    }
+    source.insert(QStringLiteral("albums"), albums);
+    source.insert(QStringLiteral("fotos"), fotos);
+    return source;
+}
+
+void printText(quint32 type, OrvExternalDatabase* database)
+{
+    out() << database->serviceId() << " (" << database->service().displayName() << ", type " << type << ", "
+          << (database->wantsToBeShown() ? "shown" : "hidden") << "): " << database->countFotos() << " fotos\n";
+    const OrvExternalDataPool& pool = database->getExternalDataPoolConst();
+    std::function<void(const OrvExternalId&, int)> print = [&](const OrvExternalId& parent, int depth) {
+        for (const OrvExternalId& id : pool.childAlbums(parent)) {
+            const OrvExternalAlbum album = pool.findAlbum(id);
+            out() << QString(2 * depth, QLatin1Char(' ')) << album.name() << "  [" << pool.fotosInAlbum(id).size()
+                  << " fotos]\n";
+            if (depth < 64)
+                print(id, depth + 1);
+        }
+    };
+    print(OrvExternalId(), 1);
+}
+
+} // namespace
+
+void openAllAlbums(const QList<OrvExternalDatabase*>& databases)
+{
+    for (OrvExternalDatabase* database : databases)
+        database->doLazyInit();
+    QSet<QPair<OrvExternalDatabase*, QUrl>> opened;
+    QElapsedTimer overall;
+    overall.start();
+    QElapsedTimer quiet;
+    quiet.start();
+    qint64 lastCount = -1;
+    while (overall.elapsed() < boundMs) {
+        bool asked = false;
+        for (OrvExternalDatabase* database : databases) {
+            for (const OrvExternalAlbum& album : database->albums()) {
+                const QPair<OrvExternalDatabase*, QUrl> key{database, album.url()};
+                if (opened.contains(key))
+                    continue;
+                opened.insert(key);
+                database->fetchMore(album.url());
+                asked = true;
+            }
+        }
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        qint64 count = 0;
+        for (OrvExternalDatabase* database : databases) {
+            const OrvExternalDataPool& pool = database->getExternalDataPoolConst();
+            count += pool.countAlbums() + pool.countFotos();
+            for (const OrvExternalAlbum& album : pool.albums())
+                count += album.fotoIds().size();
+        }
+        if (asked || count != lastCount) {
+            lastCount = count;
+            quiet.restart();
+        } else if (quiet.elapsed() >= quietMs) {
+            return;
+        }
+        QThread::msleep(10);
+    }
+    err() << "orv-photos: sources still busy after " << boundMs / 1000 << " s; printing what arrived\n";
+}
+
+int commandTree(const QStringList& arguments)
+{
+    bool json = false;
+    QString service;
+    for (int i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        if (argument == QLatin1String("--json")) {
+            json = true;
+        } else if (argument == QLatin1String("--source") && i + 1 < arguments.size()) {
+            service = arguments.at(++i);
+        } else {
+            err() << "orv-photos tree: unknown argument " << argument << "\n";
+            return 1;
+        }
+    }
+    QList<QPair<quint32, OrvExternalDatabase*>> sources;
+    for (const auto& source : registeredSources()) {
+        if (service.isEmpty() || source.second->serviceId() == service)
+            sources.append(source);
+    }
+    if (sources.isEmpty()) {
+        err() << "orv-photos tree: " << (service.isEmpty() ? QStringLiteral("no photo sources registered")
+                                                           : QStringLiteral("no source ") + service)
+              << "\n";
+        return 1;
+    }
+    QList<OrvExternalDatabase*> databases;
+    for (const auto& source : sources)
+        databases.append(source.second);
+    openAllAlbums(databases);
+    if (json) {
+        QJsonArray list;
+        for (const auto& [type, database] : sources)
+            list.append(describeTree(type, database));
+        printJson(QJsonObject{{QStringLiteral("sources"), list}});
+        return 0;
+    }
+    for (const auto& [type, database] : sources)
+        printText(type, database);
+    return 0;
+}

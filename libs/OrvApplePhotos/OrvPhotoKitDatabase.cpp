@@ -1,0 +1,218 @@
+#include "OrvPhotoKitDatabase.h"
+
+#include "OrvFotoRetrieverInterfacePhotoKit.h"
+#include "OrvGenericUrlTreeModel.h"
+#include "OrvPhotoKitLoader.h"
+
+#include <QCoreApplication>
+#include <QFileIconProvider>
+#include <QFileInfo>
+
+namespace {
+
+const QString photoKitServiceId = QStringLiteral("photokit");
+
+QString photosApplicationPath()
+{
+    const QString system = QStringLiteral("/System/Applications/Photos.app");
+    return QFileInfo::exists(system) ? system : QStringLiteral("/Applications/Photos.app");
+}
+
+} // namespace
+
+OrvPhotoKitDatabase::OrvPhotoKitDatabase()
+    : OrvExternalDatabase(OrvExternalService(photoKitServiceId, OrvFotoDatabaseType::displayName(photoKitServiceId), QIcon(), QIcon(),
+                                             QImage(), 0),
+                          OrvFotoDatabaseType(4096))
+{
+    service().setIcons(QFileIconProvider().icon(QFileInfo(photosApplicationPath())));
+    groupModel()->treeModel()->setExternalDatabase(this);
+    service().setPlaceholderText(OrvFotoRetrieverInterfacePhotoKit::placeholderText());
+    // The loader announces the tree in the order the user should see it.
+    groupModel()->setAutoSortColumn(-1);
+    myLoader = OrvPhotoKitLoader::initWithDatabase(this);
+}
+
+OrvPhotoKitDatabase::~OrvPhotoKitDatabase()
+{
+    if (myLoader)
+        myLoader->detach();
+}
+
+bool OrvPhotoKitDatabase::doLazyInit()
+{
+    if (myLazyInitDone)
+        return true;
+    if (!myLoader)
+        return false;
+    myLazyInitDone = true;
+    // Set before observing starts: the first album may arrive while startObserving still runs.
+    myLoading = true;
+    emit loadingInProgress(OrvFotoSourceNode(), true);
+    myLoader->startObserving();
+    return true;
+}
+
+OrvMediaFormatList OrvPhotoKitDatabase::convertableFileFormats(const OrvExternalId& id) const
+{
+    const OrvMediaFormatList formats = OrvExternalDatabase::convertableFileFormats(id);
+    return formats.isEmpty() ? OrvMediaFormatList{OrvMediaFormat(OrvMediaFormat::Jpeg)} : formats;
+}
+
+OrvExternalId OrvPhotoKitDatabase::findMostImportantPlaceFor(const OrvExternalId& fotoId) const
+{
+    const OrvExternalId place = OrvExternalDatabase::findMostImportantPlaceFor(fotoId);
+    return place.isValid() ? place : OrvExternalId(photoKitServiceId, QStringLiteral("all"), QString());
+}
+
+OrvFotoRetrieverInterface* OrvPhotoKitDatabase::createRetrieverInterface(const OrvExternalId& id) const
+{
+    return new OrvFotoRetrieverInterfacePhotoKit(id);
+}
+
+bool OrvPhotoKitDatabase::wantsToBeShown() { return myLoader != nullptr; }
+
+void OrvPhotoKitDatabase::fetchMore(const QUrl& url)
+{
+    doLazyInit();
+    if (myLoader)
+        myLoader->fetchMore(url);
+}
+
+void OrvPhotoKitDatabase::setSortOption(OrvFotoSortOption option, bool ascending)
+{
+    if (option == OrvFotoSortNone)
+        return;
+    // One change of order is the platform's job; after that the host sorts for good.
+    if (mySortOption != OrvFotoSortNone && (option != mySortOption || ascending != mySortAscending))
+        mySortFrozen = true;
+    if (mySortFrozen)
+        return;
+    mySortOption = option;
+    mySortAscending = ascending;
+    OrvPhotoKit::SortDescriptors descriptors;
+    if (option == OrvFotoSortByFavoriteAndDate)
+        descriptors.append({QStringLiteral("favorite"), !ascending});  // favourites first when dates ascend
+    descriptors.append({QStringLiteral("creationDate"), ascending});
+    if (myLoader)
+        myLoader->setSortDescriptors(descriptors);
+}
+
+bool OrvPhotoKitDatabase::isSelfSorter() const { return !mySortFrozen; }
+
+void OrvPhotoKitDatabase::refresh()
+{
+    if (myLoader)
+        myLoader->reload();
+}
+
+void OrvPhotoKitDatabase::markAlbumAsRequested(const OrvExternalId& albumId) const
+{
+    // Asking for an album is opening it.
+    const_cast<OrvPhotoKitDatabase*>(this)->fetchMore(albumId.toUrl());
+}
+
+void OrvPhotoKitDatabase::albumAdded(const OrvExternalAlbum& album)
+{
+    if (myLoading.exchange(false))
+        emit loadingInProgress(OrvFotoSourceNode(), false);
+    emit OrvExternalDatabase::albumAdded(album, QIcon());
+}
+
+void OrvPhotoKitDatabase::fotosInserted(const QList<OrvExternalFoto>& fotos, const OrvExternalId& albumId)
+{
+    emit OrvExternalDatabase::fotosInserted(OrvExternalFotoList(fotos), albumId);
+}
+
+void OrvPhotoKitDatabase::albumRemoved(const OrvExternalId& albumId)
+{
+    const OrvExternalAlbum album = findAlbum(albumId);
+    if (!album.isValid())
+        return;  // never announced, or gone with its folder already
+    emit OrvExternalDatabase::albumRemoved(album, false);
+    getExternalDataPool().removeAlbum(albumId);
+}
+
+void OrvPhotoKitDatabase::fotoRemoved(const OrvExternalId& fotoId, const OrvExternalId& albumId)
+{
+    emit OrvExternalDatabase::fotoRemoved(fotoId, albumId);
+}
+
+void OrvPhotoKitDatabase::albumRenamed(const OrvExternalId& albumId, const QString& newName)
+{
+    const OrvExternalAlbum album = findAlbum(albumId);
+    if (album.isValid())
+        emit OrvExternalDatabase::albumRenamed(album, newName);
+}
+
+void OrvPhotoKitDatabase::fotosRemoved(const QList<OrvExternalId>& fotoIds, const OrvExternalId& albumId)
+{
+    emit OrvExternalDatabase::fotosRemoved(fotoIds, albumId);
+}
+
+QString OrvPhotoKitDatabase::accessDeniedText()
+{
+    return QCoreApplication::translate(
+        "OrvPhotoKitDatabase",
+        "Zugriff auf Fotos Datenbank verweigert.\nÜberprüfen Sie die Datenschutz Systemeinstellungen.");
+}
+
+void OrvPhotoKitDatabase::authFailed() { service().setPlaceholderText(accessDeniedText()); }
+
+OrvExternalId OrvPhotoKitDatabase::addProject(const QString& name)
+{
+    return myLoader ? myLoader->addProject(name) : OrvExternalId();
+}
+
+// Pixels, bytes and metadata come from PhotoKit's image manager; until the loader
+// requests them from there, the source answers as one without a loader does.
+OrvDrawable OrvPhotoKitDatabase::drawable(const OrvExternalId&, const QSize&, bool) { return OrvDrawable(); }
+
+QByteArray OrvPhotoKitDatabase::file(const OrvExternalId&, const OrvMediaFormat&) { return QByteArray(); }
+
+OrvFotoMetaData OrvPhotoKitDatabase::metaData(const OrvExternalId&) { return OrvFotoMetaData(); }
+
+QString OrvPhotoKitDatabase::allPhotosAlbumName() { return QCoreApplication::translate("OrvPhotoKitDatabase", "Alle Fotos"); }
+
+QString OrvPhotoKitDatabase::yearsPhotosAlbumName() { return QCoreApplication::translate("OrvPhotoKitDatabase", "Jahre"); }
+
+QString OrvPhotoKitDatabase::iCloudSharedPhotosAlbumName()
+{
+    return QCoreApplication::translate("OrvPhotoKitDatabase", "Geteilte Alben", "Shared Albums");
+}
+
+QString OrvPhotoKitDatabase::projectsPhotosAlbumName()
+{
+    return QCoreApplication::translate("OrvPhotoKitDatabase", "Projekt", "Project");
+}
+
+QString OrvPhotoKitDatabase::toLocalIdentifier(const QString& remoteId)
+{
+    QByteArray encoded = remoteId.toUtf8();
+    encoded.replace('_', '%');
+    return QString::fromUtf8(QByteArray::fromPercentEncoding(encoded));
+}
+
+QString OrvPhotoKitDatabase::fromLocalIdentifier(const QString& localIdentifier)
+{
+    // Percent-encoding of the UTF-8 bytes (unreserved characters kept) with "_"
+    // for "%", in one pass: every foto of a library goes through here.
+    static const char hex[] = "0123456789ABCDEF";
+    const QByteArray utf8 = localIdentifier.toUtf8();
+    QString remote;
+    remote.resize(utf8.size() * 3);
+    QChar* out = remote.data();
+    for (const char c : utf8) {
+        const auto byte = static_cast<unsigned char>(c);
+        if ((byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9') || byte == '-'
+            || byte == '.' || byte == '_' || byte == '~') {
+            *out++ = QLatin1Char(char(byte));
+        } else {
+            *out++ = QLatin1Char('_');
+            *out++ = QLatin1Char(hex[byte >> 4]);
+            *out++ = QLatin1Char(hex[byte & 15]);
+        }
+    }
+    remote.truncate(out - remote.constData());
+    return remote;
+}

@@ -1,0 +1,56 @@
+#!/bin/sh
+# Fuzzes the iPhoto library parser with libFuzzer (clang, ASan + UBSan).
+#
+#   scripts/fuzz-iphoto.sh SECONDS [BUILD_DIR]
+#
+# Configures and builds BUILD_DIR (default /work/build-fuzz), runs the fuzzer
+# for SECONDS on one core, keeps going after findings, and prints the
+# executions and the inputs that crashed, timed out or ran out of memory
+# (under BUILD_DIR/fuzz-artifacts). New corpus entries go to BUILD_DIR/fuzz-corpus;
+# the seeds in fuzz/corpus/iphoto are only read.
+set -eu
+
+if [ $# -lt 1 ] || [ $# -gt 2 ]; then
+    echo "usage: $0 SECONDS [BUILD_DIR]" >&2
+    exit 2
+fi
+SECONDS_TO_RUN=$1
+SOURCE_DIR=$(cd "$(dirname "$0")/.." && pwd)
+BUILD_DIR=${2:-/work/build-fuzz}
+
+CC=clang CXX=clang++ cmake -S "$SOURCE_DIR" -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DORV_FUZZ=ON -DORV_BUILD_TESTS=OFF -DORV_BUILD_BENCH=OFF >/dev/null
+cmake --build "$BUILD_DIR" -j2 --target iphoto_parser_fuzzer
+
+CORPUS="$BUILD_DIR/fuzz-corpus"
+ARTIFACTS="$BUILD_DIR/fuzz-artifacts"
+LOG="$BUILD_DIR/fuzz-iphoto.log"
+mkdir -p "$CORPUS" "$ARTIFACTS"
+
+# Fork mode with one job: a crash is recorded and the run goes on.
+set +e
+ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1 \
+UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+"$BUILD_DIR/bin/iphoto_parser_fuzzer" \
+    -fork=1 -ignore_crashes=1 -ignore_timeouts=1 -ignore_ooms=1 \
+    -max_total_time="$SECONDS_TO_RUN" -timeout=10 -rss_limit_mb=2048 -max_len=16384 \
+    -dict="$SOURCE_DIR/fuzz/iphoto.dict" -artifact_prefix="$ARTIFACTS/" -print_final_stats=1 \
+    "$CORPUS" "$SOURCE_DIR/fuzz/corpus/iphoto" >"$LOG" 2>&1
+STATUS=$?
+set -e
+
+echo "fuzzer exit status: $STATUS (log: $LOG)"
+LAST=$(grep -E '^#[0-9]+' "$LOG" | tail -n 1 || true)
+echo "last status line: ${LAST:-none}"
+EXECS=$(printf '%s\n' "$LAST" | sed -n 's/^#\([0-9]*\).*/\1/p')
+echo "executions: ${EXECS:-unknown}"
+echo "corpus entries: $(find "$CORPUS" -type f | wc -l)"
+FINDINGS=$(find "$ARTIFACTS" -type f \( -name 'crash-*' -o -name 'leak-*' -o -name 'timeout-*' \
+    -o -name 'oom-*' -o -name 'slow-unit-*' \) | sort)
+if [ -z "$FINDINGS" ]; then
+    echo "findings: none"
+else
+    echo "findings:"
+    printf '  %s\n' $FINDINGS
+    echo "reproduce: $BUILD_DIR/bin/iphoto_parser_fuzzer FILE"
+fi

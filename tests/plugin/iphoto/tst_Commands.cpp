@@ -1,0 +1,118 @@
+// The host program's tree and export commands over the test libraries.
+
+#include "IPhotoTestSupport.h"
+
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+
+using namespace IPhotoTest;
+
+namespace {
+
+struct ProgramRun
+{
+    int status = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+QString program() { return OrvTest::binaryDir() + QStringLiteral("/bin/orv-photos"); }
+
+ProgramRun run(const QStringList& arguments)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), fixture().root + QStringLiteral("/config"));
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(QStringLiteral("ORV_PLUGIN_PATH"), OrvTest::binaryDir() + QStringLiteral("/lib/libOrvApplePhotos.so"));
+    process.setProcessEnvironment(environment);
+    process.start(program(), arguments);
+    ProgramRun result;
+    if (!process.waitForFinished(60000))
+        return result;
+    result.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    result.out = process.readAllStandardOutput();
+    result.err = process.readAllStandardError();
+    return result;
+}
+
+} // namespace
+
+TEST(IPhotoCommands, TreeAsJson)
+{
+    if (!QFileInfo(program()).isExecutable())
+        GTEST_SKIP() << "orv-photos not built";
+    const ProgramRun result = run({"tree", "--source", "iphoto", "--json"});
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    const QJsonArray sources = QJsonDocument::fromJson(result.out).object().value("sources").toArray();
+    ASSERT_EQ(sources.size(), 1);
+    const QJsonObject source = sources.first().toObject();
+    EXPECT_EQ(source.value("type").toInt(), 128);
+    EXPECT_EQ(source.value("service").toString(), QStringLiteral("iphoto"));
+    EXPECT_TRUE(source.value("shown").toBool());
+    const QJsonArray albums = source.value("albums").toArray();
+    ASSERT_EQ(albums.size(), 7);
+    const QJsonObject zoo = albums.first().toObject();
+    EXPECT_EQ(zoo.value("id").toString(), QStringLiteral("iphoto:album#10"));
+    EXPECT_EQ(zoo.value("name").toString(), QStringLiteral("Zoo"));
+    EXPECT_EQ(zoo.value("type").toInt(), 1);
+    EXPECT_EQ(zoo.value("parent").toString(), QString());
+    EXPECT_EQ(zoo.value("fotos").toArray(), (QJsonArray{"iphoto:foto#1", "iphoto:foto#2"}));
+    const QJsonArray fotos = source.value("fotos").toArray();
+    ASSERT_EQ(fotos.size(), 2);
+    const QJsonObject first = fotos.first().toObject();
+    EXPECT_EQ(first.value("id").toString(), QStringLiteral("iphoto:foto#1"));
+    EXPECT_EQ(first.value("name").toString(), QStringLiteral("IMG_0001.JPG"));
+    EXPECT_EQ(first.value("rating").toInt(), 4);
+    EXPECT_EQ(first.value("file").toString(), fixture().rotatedImage);
+    const QDateTime taken = QDateTime::fromString(first.value("taken").toString(), Qt::ISODate);
+    EXPECT_EQ(taken.toMSecsSinceEpoch(), QDateTime(QDate(2001, 1, 1), QTime(0, 0)).addSecs(300000000).toMSecsSinceEpoch());
+    EXPECT_TRUE(first.value("taken").toString().contains(QRegularExpression("[+-]\\d\\d:\\d\\d$")));
+    const QJsonArray faces = first.value("faces").toArray();
+    ASSERT_EQ(faces.size(), 1);
+    EXPECT_EQ(faces.first().toObject().value("id").toString(), QStringLiteral("iphoto:face#3"));
+    EXPECT_EQ(faces.first().toObject().value("rect").toArray(), (QJsonArray{0.25, 0.35, 0.1, 0.15}));
+}
+
+TEST(IPhotoCommands, TreeAsTextAndUnknownSource)
+{
+    if (!QFileInfo(program()).isExecutable())
+        GTEST_SKIP() << "orv-photos not built";
+    const ProgramRun text = run({"tree"});
+    ASSERT_EQ(text.status, 0) << text.err.toStdString();
+    EXPECT_TRUE(text.out.contains("Zoo  [2 fotos]"));
+    EXPECT_TRUE(text.out.contains("aperture"));
+    EXPECT_EQ(run({"tree", "--source", "nosuch"}).status, 1);
+}
+
+TEST(IPhotoCommands, ExportAnAlbum)
+{
+    if (!QFileInfo(program()).isExecutable())
+        GTEST_SKIP() << "orv-photos not built";
+    Scratch scratch;
+    const QString out = scratch.path("out");
+    const ProgramRun small = run({"export", "--source", "iphoto", "--album", "Zoo", "--size", "16", "--format", "png", "--out", out});
+    ASSERT_EQ(small.status, 0) << small.err.toStdString();
+    EXPECT_TRUE(small.out.contains("wrote 2 of 2"));
+    EXPECT_EQ(QDir(out).entryList(QDir::Files), (QStringList{"IMG_0001.png", "IMG_0002.png"}));
+    QImage image(out + "/IMG_0001.png");
+    EXPECT_LE(std::max(image.width(), image.height()), 16);
+    // Full size as stored, by the album's URL; names already taken get a number.
+    const ProgramRun full = run({"export", "--source", "iphoto", "--album", "iphoto:album#12", "--size", "full", "--format",
+                          "original", "--out", out});
+    ASSERT_EQ(full.status, 0) << full.err.toStdString();
+    const ProgramRun again = run({"export", "--source", "iphoto", "--album", "Trip", "--size", "full", "--format", "original", "--out", out});
+    ASSERT_EQ(again.status, 0);
+    EXPECT_TRUE(QFileInfo::exists(out + "/IMG_0001.JPG"));
+    EXPECT_TRUE(QFileInfo::exists(out + "/IMG_0001-2.JPG"));
+    EXPECT_EQ(run({"export", "--source", "iphoto", "--album", "Nope", "--size", "full", "--format", "original", "--out", out}).status, 1);
+    EXPECT_EQ(run({"export", "--source", "nosuch", "--album", "Zoo", "--size", "full", "--format", "original", "--out", out}).status, 1);
+    EXPECT_EQ(run({"export", "--source", "iphoto", "--album", "Zoo", "--size", "0", "--format", "png", "--out", out}).status, 1);
+}
