@@ -12,6 +12,7 @@
 #include <QJsonDocument>
 #include <QLibrary>
 #include <QLocale>
+#include <QLoggingCategory>
 #include <QTranslator>
 
 namespace {
@@ -27,6 +28,7 @@ void printUsage()
              "                         or $ORV_PLUGIN_PATH)\n"
              "  --program-id N         host program id the plug-in sees (default 8)\n"
              "  --os SYSTEM:VERSION    pretend to run on another system, e.g. macos:14.0 or macos:10.14.6\n"
+             "  --verbose              show the sources' debug lines\n"
              "  --foto-list PATH       foto list file exported by another program\n"
              "  --photos-library FILE  simulated Photos library description (JSON, see platform/sim/README.md);\n"
              "                         the PhotoKit source shows it (needs --os macos:10.15 or later); access is\n"
@@ -70,12 +72,17 @@ int main(int argc, char** argv)
 
     QString pluginPath = defaultPluginPath();
     int programId = defaultProgramId;
+    bool verbose = false;
     QString language = QLocale::system().language() == QLocale::German ? QStringLiteral("de") : QStringLiteral("en");
     while (!arguments.isEmpty() && arguments.first().startsWith(QLatin1String("--"))) {
         const QString option = arguments.takeFirst();
         if (option == QLatin1String("--help")) {
             printUsage();
             return 0;
+        }
+        if (option == QLatin1String("--verbose")) {
+            verbose = true;
+            continue;
         }
         if (arguments.isEmpty()) {
             err() << "orv-photos: " << option << " needs a value\n";
@@ -134,6 +141,9 @@ int main(int argc, char** argv)
         return 1;
     }
 
+    // The sources' debug lines are for developers; --verbose shows them.
+    if (!verbose && qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
+        QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
     OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
     QLibrary plugin(pluginPath);
     if (!QFileInfo(pluginPath).isFile() || !plugin.load()) {

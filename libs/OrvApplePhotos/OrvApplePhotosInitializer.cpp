@@ -47,7 +47,6 @@ void OrvApplePhotosInitializer::setup(OrvInitializerOption)
             OrvSingleton<OrvFotoListRegistry>::instance()->entry(path).readListFromDisk();
     }
     OrvSingleton<OrvFotoSourceControllerRegistry>::instance()->reloadControllers();
-    Q_UNUSED(&registerSource);
 }
 
 void OrvApplePhotosInitializer::teardown() {}

@@ -62,6 +62,26 @@ TEST_F(InitializerFixture, LoadingTheLibraryRegistersOneInitializer)
     EXPECT_EQ(ours, 1);
 }
 
+TEST_F(InitializerFixture, RegistersTheSourcesInTheirFixedOrderForTheSystem)
+{
+    // The operating system decides the Photos source; whatever the program id.
+    for (int programId : {1, 8}) {
+        EXPECT_EQ(setUpOn("macos:14.0", programId), (QList<quint32>{128, 256, 4096}));
+        EXPECT_EQ(setUpOn("macos:10.15.0", programId), (QList<quint32>{128, 256, 4096}));
+        EXPECT_EQ(setUpOn("macos:10.14.6", programId), (QList<quint32>{128, 256}));
+        EXPECT_EQ(setUpOn("linux", programId), (QList<quint32>{128, 256}));
+    }
+    OrvFotoDatabaseFactory* factory = OrvSingleton<OrvFotoDatabaseFactory>::instance();
+    setUpOn("macos:14.0");
+    EXPECT_EQ(factory->database(OrvFotoDatabaseType(128))->serviceId(), QStringLiteral("iphoto"));
+    EXPECT_EQ(factory->database(OrvFotoDatabaseType(256))->serviceId(), QStringLiteral("aperture"));
+    EXPECT_EQ(factory->database(OrvFotoDatabaseType(4096))->serviceId(), QStringLiteral("photokit"));
+    // Singletons: a second set-up registers the same objects again.
+    OrvExternalDatabase* photokit = factory->database(OrvFotoDatabaseType(4096));
+    setUpOn("macos:14.0");
+    EXPECT_EQ(factory->database(OrvFotoDatabaseType(4096)), photokit);
+}
+
 TEST_F(InitializerFixture, ReloadsTheControllersAfterRegistering)
 {
     OrvFotoSourceControllerRegistry* controllers = OrvSingleton<OrvFotoSourceControllerRegistry>::instance();
