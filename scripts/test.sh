@@ -40,6 +40,6 @@ if [ "$quick" -eq 0 ]; then
 fi
 if [ "$tsan" -eq 1 ]; then
   echo "== ThreadSanitizer build"
-  export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1}
+  export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1:suppressions=$root/tests/tsan.supp}
   run_suite "$root/build-tsan" -DORV_SANITIZE=thread -DORV_BUILD_BENCH=OFF
 fi

@@ -244,7 +244,7 @@ OrvExternalDataPool::OrvExternalDataPool(const OrvExternalAlbumPool& albums, con
 
 OrvExternalDataPool::OrvExternalDataPool(const OrvExternalDataPool& other)
 {
-    QReadLocker locker(&other.myLock);
+    std::shared_lock locker(other.myLock);
     myAlbums = other.myAlbums;
     myFotos = other.myFotos;
 }
@@ -256,11 +256,11 @@ OrvExternalDataPool& OrvExternalDataPool::operator=(const OrvExternalDataPool& o
     OrvExternalAlbumPool albums;
     OrvExternalFotoPool fotos;
     {
-        QReadLocker locker(&other.myLock);
+        std::shared_lock locker(other.myLock);
         albums = other.myAlbums;
         fotos = other.myFotos;
     }
-    QWriteLocker locker(&myLock);
+    std::unique_lock locker(myLock);
     myAlbums = albums;
     myFotos = fotos;
     return *this;
@@ -268,43 +268,43 @@ OrvExternalDataPool& OrvExternalDataPool::operator=(const OrvExternalDataPool& o
 
 void OrvExternalDataPool::setAlbums(const OrvExternalAlbumPool& albums)
 {
-    QWriteLocker locker(&myLock);
+    std::unique_lock locker(myLock);
     myAlbums = albums;
 }
 
 void OrvExternalDataPool::setFotos(const OrvExternalFotoPool& fotos)
 {
-    QWriteLocker locker(&myLock);
+    std::unique_lock locker(myLock);
     myFotos = fotos;
 }
 
 OrvExternalAlbumPool OrvExternalDataPool::albumPool() const
 {
-    QReadLocker locker(&myLock);
+    std::shared_lock locker(myLock);
     return myAlbums;
 }
 
 OrvExternalFotoPool OrvExternalDataPool::fotoPool() const
 {
-    QReadLocker locker(&myLock);
+    std::shared_lock locker(myLock);
     return myFotos;
 }
 
 void OrvExternalDataPool::addAlbum(const OrvExternalAlbum& album)
 {
-    QWriteLocker locker(&myLock);
+    std::unique_lock locker(myLock);
     myAlbums.add(album);
 }
 
 void OrvExternalDataPool::removeAlbum(const OrvExternalId& albumId)
 {
-    QWriteLocker locker(&myLock);
+    std::unique_lock locker(myLock);
     myAlbums.remove(albumId);
 }
 
 bool OrvExternalDataPool::renameAlbum(const OrvExternalId& albumId, const QString& name)
 {
-    QWriteLocker locker(&myLock);
+    std::unique_lock locker(myLock);
     return myAlbums.rename(albumId, name);
 }
 
@@ -316,7 +316,7 @@ void OrvExternalDataPool::insertFotos(const OrvExternalFotoList& fotos, const Or
         if (foto.isValid())
             ids.append(foto.id());
     }
-    QWriteLocker locker(&myLock);
+    std::unique_lock locker(myLock);
     myFotos.add(fotos);
     if (albumId.isValid())
         myAlbums.appendFotos(albumId, ids);
@@ -329,25 +329,25 @@ void OrvExternalDataPool::removeFotoFromAlbum(const OrvExternalId& fotoId, const
 
 void OrvExternalDataPool::removeFotosFromAlbum(const OrvExternalIdList& fotoIds, const OrvExternalId& albumId)
 {
-    QWriteLocker locker(&myLock);
+    std::unique_lock locker(myLock);
     myAlbums.removeFotos(albumId, fotoIds);
 }
 
 OrvExternalAlbum OrvExternalDataPool::findAlbum(const OrvExternalId& albumId) const
 {
-    QReadLocker locker(&myLock);
+    std::shared_lock locker(myLock);
     return myAlbums.find(albumId);
 }
 
 OrvExternalFoto OrvExternalDataPool::findFoto(const OrvExternalId& fotoId) const
 {
-    QReadLocker locker(&myLock);
+    std::shared_lock locker(myLock);
     return myFotos.find(fotoId);
 }
 
 OrvExternalFotoList OrvExternalDataPool::fotosInAlbum(const OrvExternalId& albumId) const
 {
-    QReadLocker locker(&myLock);
+    std::shared_lock locker(myLock);
     OrvExternalFotoList result;
     const OrvExternalAlbum album = myAlbums.find(albumId);
     result.reserve(album.fotoIds().size());
@@ -361,30 +361,30 @@ OrvExternalFotoList OrvExternalDataPool::fotosInAlbum(const OrvExternalId& album
 
 OrvExternalIdList OrvExternalDataPool::childAlbums(const OrvExternalId& parentId) const
 {
-    QReadLocker locker(&myLock);
+    std::shared_lock locker(myLock);
     return myAlbums.children(parentId);
 }
 
 OrvExternalAlbumList OrvExternalDataPool::albums() const
 {
-    QReadLocker locker(&myLock);
+    std::shared_lock locker(myLock);
     return myAlbums.albums();
 }
 
 OrvExternalFotoList OrvExternalDataPool::fotos() const
 {
-    QReadLocker locker(&myLock);
+    std::shared_lock locker(myLock);
     return myFotos.fotos();
 }
 
 int OrvExternalDataPool::countFotos() const
 {
-    QReadLocker locker(&myLock);
+    std::shared_lock locker(myLock);
     return myFotos.size();
 }
 
 int OrvExternalDataPool::countAlbums() const
 {
-    QReadLocker locker(&myLock);
+    std::shared_lock locker(myLock);
     return myAlbums.size();
 }

@@ -4,9 +4,11 @@
 #include "OrvExternalFoto.h"
 
 #include <QHash>
-#include <QReadWriteLock>
 #include <QSet>
 #include <QSharedDataPointer>
+
+#include <mutex>
+#include <shared_mutex>
 
 // Albums of a source in announcement order, with the tree edges between them.
 class OrvExternalAlbumPool
@@ -100,7 +102,8 @@ public:
     int countAlbums() const;
 
 private:
-    mutable QReadWriteLock myLock;
+    // A standard lock rather than QReadWriteLock: ThreadSanitizer understands it.
+    mutable std::shared_mutex myLock;
     OrvExternalAlbumPool myAlbums;
     OrvExternalFotoPool myFotos;
 };
