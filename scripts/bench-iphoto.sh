@@ -4,12 +4,12 @@
 #
 #   scripts/bench-iphoto.sh [BUILD_DIR] [-- bench_iphoto_parse options]
 #
-# Configures and builds BUILD_DIR (default /work/build-bench, Release), makes
+# Configures and builds BUILD_DIR (default build-bench in the checkout, Release), makes
 # the library files once under BUILD_DIR/bench-data and prints the table.
 set -eu
 
 SOURCE_DIR=$(cd "$(dirname "$0")/.." && pwd)
-BUILD_DIR=/work/build-bench
+BUILD_DIR="$SOURCE_DIR/build-bench"
 if [ $# -gt 0 ] && [ "$1" != "--" ]; then
     BUILD_DIR=$1
     shift

@@ -3,7 +3,7 @@
 #
 #   scripts/fuzz-iphoto.sh SECONDS [BUILD_DIR]
 #
-# Configures and builds BUILD_DIR (default /work/build-fuzz), runs the fuzzer
+# Configures and builds BUILD_DIR (default build-fuzz in the checkout), runs the fuzzer
 # for SECONDS on one core, keeps going after findings, and prints the
 # executions and the inputs that crashed, timed out or ran out of memory
 # (under BUILD_DIR/fuzz-artifacts). New corpus entries go to BUILD_DIR/fuzz-corpus;
@@ -16,7 +16,7 @@ if [ $# -lt 1 ] || [ $# -gt 2 ]; then
 fi
 SECONDS_TO_RUN=$1
 SOURCE_DIR=$(cd "$(dirname "$0")/.." && pwd)
-BUILD_DIR=${2:-/work/build-fuzz}
+BUILD_DIR=${2:-$SOURCE_DIR/build-fuzz}
 
 CC=clang CXX=clang++ cmake -S "$SOURCE_DIR" -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DORV_FUZZ=ON -DORV_BUILD_TESTS=OFF -DORV_BUILD_BENCH=OFF >/dev/null

@@ -80,7 +80,7 @@ void OrvFotoCacheManager::removeLocked(Entry* entry)
 {
     unlink(entry);
     myEntries.remove(entry->key);
-    auto sizes = mySizes.find(entry->key.foto);
+    auto sizes = entry->key.size == metaDataSlot ? mySizes.end() : mySizes.find(entry->key.foto);
     if (sizes != mySizes.end()) {
         sizes->removeAll(entry->key.size);
         if (sizes->isEmpty())
@@ -113,7 +113,9 @@ void OrvFotoCacheManager::insert(const Key& key, Entry* entry)
     if (!myOldest)
         myOldest = entry;
     myEntries.insert(key, entry);
-    mySizes[key.foto].append(key.size);
+    // Metadata has one slot per foto; only bitmaps need the list of their sizes.
+    if (key.size != metaDataSlot)
+        mySizes[key.foto].append(key.size);
     myUsed += entry->cost;
     owned.release();
     evictLocked();
@@ -136,8 +138,6 @@ OrvDrawable OrvFotoCacheManager::drawable(const OrvFoto& foto, const QSize& boun
     const bool full = !boundingSize.isValid() || boundingSize.isEmpty();
     Entry* best = nullptr;
     for (const QSize& size : sizes) {
-        if (size == metaDataSlot)
-            continue;
         Entry* entry = myEntries.value({foto, size});
         if (!entry)
             continue;
@@ -212,6 +212,8 @@ void OrvFotoCacheManager::invalidate(const OrvFoto& foto)
         if (Entry* entry = myEntries.value({foto, size}))
             removeLocked(entry);
     }
+    if (Entry* entry = myEntries.value({foto, metaDataSlot}))
+        removeLocked(entry);
 }
 
 void OrvFotoCacheManager::invalidate(const OrvFotoList& fotos)
