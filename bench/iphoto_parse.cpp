@@ -10,7 +10,6 @@
 // the rounds; the peak is the largest of the rounds. The CPU time of the child
 // is printed too: on a busy machine it says more than the wall time.
 
-#include "OrvExternalMonthSynthesizer.h"
 #include "OrvExternalPools.h"
 #include "OrvIPhotoDatabaseParser.h"
 #include "OrvXMLLoader.h"
@@ -59,21 +58,12 @@ int measureParser(const QString& path)
     parser.parse(QFileInfo(path));
     const qint64 parsedNs = timer.nsecsElapsed();
 
-    OrvExternalDataPool pool{OrvExternalAlbumPool(), OrvExternalFotoPool()};
-    const OrvExternalFotoPool fotos = parser.fotos();
-    pool.setFotos(fotos);
-    OrvExternalAlbumPool albums;
-    albums.add(parser.albums());
-    albums.add(parser.persons());
-    const OrvExternalAlbumList months = OrvExternalMonthSynthesizer(fotos.fotos()).synthetiseMonthAlbums();
-    for (const OrvExternalAlbum& month : months)
-        albums.add(month);
-    pool.setAlbums(albums);
+    const OrvExternalDataPool pool = parser.dataPool();
     const qint64 totalNs = timer.nsecsElapsed();
 
     std::printf("elapsed=%.6f entries=%d parse=%.6f pools=%.6f albums=%d persons=%d months=%d\n", totalNs / 1e9,
                 pool.countFotos(), parsedNs / 1e9, (totalNs - parsedNs) / 1e9, parser.albums().size(),
-                parser.persons().size(), int(months.size()));
+                parser.persons().size(), pool.countAlbums() - parser.albums().size() - parser.persons().size());
     return 0;
 }
 

@@ -2,7 +2,6 @@
 // read as the iPhoto source reads it (parser, then the pools with persons and
 // month albums). Anything but a clean return is a finding.
 
-#include "OrvExternalMonthSynthesizer.h"
 #include "OrvExternalPools.h"
 #include "OrvIPhotoDatabaseParser.h"
 
@@ -28,15 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     OrvIPhotoDatabaseParser parser(OrvExternalUrlBuilder(QStringLiteral("iphoto")));
     parser.parseData(QByteArray(reinterpret_cast<const char*>(data), qsizetype(size)));
 
-    OrvExternalDataPool pool{OrvExternalAlbumPool(), OrvExternalFotoPool()};
-    const OrvExternalFotoPool fotos = parser.fotos();
-    pool.setFotos(fotos);
-    OrvExternalAlbumPool albums;
-    albums.add(parser.albums());
-    albums.add(parser.persons());
-    for (const OrvExternalAlbum& month : OrvExternalMonthSynthesizer(fotos.fotos()).synthetiseMonthAlbums())
-        albums.add(month);
-    pool.setAlbums(albums);
+    const OrvExternalDataPool pool = parser.dataPool();
 
     // Touch what the browser would show, so that broken values surface here.
     for (const OrvExternalAlbum& album : pool.albums())

@@ -1,6 +1,5 @@
 #include "OrvIPhotoDatabase.h"
 
-#include "OrvExternalMonthSynthesizer.h"
 #include "OrvFileSystemWatcher.h"
 #include "OrvFotoRetrieverInterfaceIPhoto.h"
 #include "OrvIPhotoDatabaseParser.h"
@@ -135,16 +134,7 @@ void OrvIPhotoDatabase::parseFile(const QFileInfo& file)
 {
     OrvIPhotoDatabaseParser parser(urlBuilder());
     parser.parse(file);
-    OrvExternalDataPool pool{OrvExternalAlbumPool(), OrvExternalFotoPool()};
-    const OrvExternalFotoPool fotos = parser.fotos();
-    pool.setFotos(fotos);
-    OrvExternalAlbumPool albums;
-    albums.add(parser.albums());
-    albums.add(parser.persons());
-    for (const OrvExternalAlbum& month : OrvExternalMonthSynthesizer(fotos.fotos()).synthetiseMonthAlbums())
-        albums.add(month);
-    pool.setAlbums(albums);
-    emit dataPoolSet(pool);
+    emit dataPoolSet(parser.dataPool());
 }
 
 QList<QString> OrvIPhotoDatabase::readChangedFiles(const QList<QString>& paths) { return paths; }

@@ -1,5 +1,7 @@
 #include "OrvIPhotoDatabaseParser.h"
 
+#include "OrvExternalMonthSynthesizer.h"
+
 #include "OrvXmlRepair.h"
 
 #include <QDebug>
@@ -1009,6 +1011,19 @@ struct Cursor
 };
 
 } // namespace
+
+OrvExternalDataPool OrvIPhotoDatabaseParser::dataPool() const
+{
+    OrvExternalDataPool pool{OrvExternalAlbumPool(), OrvExternalFotoPool()};
+    pool.setFotos(myFotos);
+    OrvExternalAlbumPool albums;
+    albums.add(myAlbums);
+    albums.add(myPersons);
+    for (const OrvExternalAlbum& month : OrvExternalMonthSynthesizer(myFotos.fotos()).synthetiseMonthAlbums())
+        albums.add(month);
+    pool.setAlbums(albums);
+    return pool;
+}
 
 bool OrvIPhotoDatabaseParser::matchFaceRectangle(QByteArrayView text, QRectF* rect)
 {

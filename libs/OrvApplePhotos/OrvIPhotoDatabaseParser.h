@@ -42,6 +42,9 @@ public:
     OrvExternalAlbumPool albums() const { return myAlbums; }
     OrvExternalFotoPool fotos() const { return myFotos; }
     OrvExternalAlbumPool persons() const { return myPersons; }
+    // What a source shows of the parse: the photos, then the albums, the
+    // persons and one album per month.
+    OrvExternalDataPool dataPool() const;
 
     // The album type of an "Album Type" text.
     OrvExternalAlbumType albumType(const QString& text) const;
