@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QJsonArray>
+#include <QRegularExpression>
 #include <QSet>
 #include <QThread>
 
@@ -98,6 +99,14 @@ void printText(quint32 type, OrvExternalDatabase* database)
     out() << database->serviceId() << " (" << database->service().displayName() << ", type " << type << ", "
           << (database->wantsToBeShown() ? "shown" : "hidden") << "): " << database->countFotos() << " fotos\n";
     const OrvExternalDataPool& pool = database->getExternalDataPoolConst();
+    // An empty source shows the user its placeholder (for example why access was denied).
+    const QString placeholder = database->service().placeholderText();
+    if (pool.countAlbums() == 0 && pool.countFotos() == 0 && !placeholder.isEmpty()) {
+        QString text = placeholder;
+        text.remove(QRegularExpression(QStringLiteral("<[^>]*>")));
+        for (const QString& line : text.split(QLatin1Char('\n')))
+            out() << "  | " << line << "\n";
+    }
     std::function<void(const OrvExternalId&, int)> print = [&](const OrvExternalId& parent, int depth) {
         for (const OrvExternalId& id : pool.childAlbums(parent)) {
             const OrvExternalAlbum album = pool.findAlbum(id);
