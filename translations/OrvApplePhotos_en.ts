@@ -36,13 +36,6 @@ Check the privacy settings in System Settings.</translation>
     </message>
 </context>
 <context>
-    <name>OrvFotoRetrieverInterfacePhotoKit</name>
-    <message>
-        <source>&lt;b&gt;Fotos werden geladen&lt;/b&gt;</source>
-        <translation>&lt;b&gt;Loading photos&lt;/b&gt;</translation>
-    </message>
-</context>
-<context>
     <name>OrvIPhotoDatabase</name>
     <message>
         <source>iPhoto</source>
