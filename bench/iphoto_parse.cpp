@@ -61,9 +61,9 @@ int measureParser(const QString& path)
     const OrvExternalDataPool pool = parser.dataPool();
     const qint64 totalNs = timer.nsecsElapsed();
 
-    std::printf("elapsed=%.6f entries=%d parse=%.6f pools=%.6f albums=%d persons=%d months=%d\n", totalNs / 1e9,
+    std::printf("elapsed=%.6f entries=%d parse=%.6f pools=%.6f albums=%d persons=%d months=%d readers=%d\n", totalNs / 1e9,
                 pool.countFotos(), parsedNs / 1e9, (totalNs - parsedNs) / 1e9, parser.albums().size(),
-                parser.persons().size(), pool.countAlbums() - parser.albums().size() - parser.persons().size());
+                parser.persons().size(), pool.countAlbums() - parser.albums().size() - parser.persons().size(), parser.readers());
     return 0;
 }
 

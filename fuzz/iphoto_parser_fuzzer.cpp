@@ -1,6 +1,7 @@
 // libFuzzer target: an iPhoto or Aperture library file of arbitrary bytes,
 // read as the iPhoto source reads it (parser, then the pools with persons and
-// month albums). Anything but a clean return is a finding.
+// month albums), and once more on two threads and, where the middle allows,
+// in two halves: both readings must agree. Anything but a clean return is a finding.
 
 #include "OrvExternalPools.h"
 #include "OrvIPhotoDatabaseParser.h"
@@ -10,6 +11,36 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+// Everything a parse gave, in order.
+QStringList describe(const OrvIPhotoDatabaseParser& parser)
+{
+    QStringList lines;
+    for (const OrvExternalAlbumPool& pool : {parser.albums(), parser.persons()}) {
+        for (const OrvExternalAlbum& album : pool.albums()) {
+            QStringList ids;
+            for (const OrvExternalId& id : album.fotoIds())
+                ids.append(id.toString());
+            lines.append(album.id().toString() + QLatin1Char(' ') + album.name() + QLatin1Char(' ')
+                         + QString::number(album.type().code()) + QLatin1Char(' ') + ids.join(QLatin1Char(',')));
+        }
+    }
+    for (const OrvExternalFoto& foto : parser.fotos().fotos()) {
+        const OrvExternalFotoImplData* data = foto.data();
+        QStringList faces;
+        for (const OrvExternalFace& face : data->faces())
+            faces.append(face.id().toString());
+        lines.append(foto.id().toString() + QLatin1Char(' ') + data->name() + QLatin1Char(' ')
+                     + data->taken().toString(Qt::ISODate) + QLatin1Char(' ') + QString::number(data->adobeRating())
+                     + QLatin1Char(' ') + faces.join(QLatin1Char(',')));
+    }
+    return lines;
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 {
@@ -24,8 +55,17 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    const QByteArray bytes(reinterpret_cast<const char*>(data), qsizetype(size));
     OrvIPhotoDatabaseParser parser(OrvExternalUrlBuilder(QStringLiteral("iphoto")));
-    parser.parseData(QByteArray(reinterpret_cast<const char*>(data), qsizetype(size)));
+    parser.parseData(bytes);
+
+    OrvIPhotoDatabaseParser halves(OrvExternalUrlBuilder(QStringLiteral("iphoto")));
+    halves.setThresholds(0, 0);
+    halves.parseData(bytes);
+    if (describe(parser) != describe(halves)) {
+        fprintf(stderr, "two readers disagree with one (%d readers)\n", halves.readers());
+        abort();
+    }
 
     const OrvExternalDataPool pool = parser.dataPool();
 

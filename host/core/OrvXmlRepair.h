@@ -32,6 +32,9 @@ public:
 
     // Bare "&" turned into "&amp;" plus NUL bytes dropped so far.
     qsizetype repairs() const { return myRepairs; }
+    // Whether everything fed so far went out and nothing is open (comment,
+    // CDATA section): a repair of what follows may start afresh.
+    bool isIdle() const { return myCarry.isEmpty() && myState == State::Text; }
 
     // The whole of bytes, repaired.
     static QByteArray repaired(const QByteArray& bytes, qsizetype* repairs = nullptr);

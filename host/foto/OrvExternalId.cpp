@@ -13,18 +13,26 @@ size_t computeHash(const QString& serviceId, const QString& type, const QString&
 } // namespace
 
 OrvExternalId::OrvExternalId(const QString& serviceId, const QString& type, const QString& remoteId)
-    : myServiceId(serviceId), myType(type), myRemoteId(remoteId), myHash(computeHash(serviceId, type, remoteId))
 {
+    Data* data = new Data;
+    data->serviceId = serviceId;
+    data->type = type;
+    data->remoteId = remoteId;
+    data->hash = computeHash(serviceId, type, remoteId);
+    d.reset(data);
 }
 
 OrvExternalId::OrvExternalId(const QUrl& url)
 {
     if (!url.isValid() || url.scheme().isEmpty())
         return;
-    myServiceId = url.scheme();
-    myType = url.path(QUrl::FullyDecoded);
-    myRemoteId = url.fragment(QUrl::FullyDecoded);
-    myHash = computeHash(myServiceId, myType, myRemoteId);
+    *this = OrvExternalId(url.scheme(), url.path(QUrl::FullyDecoded), url.fragment(QUrl::FullyDecoded));
+}
+
+const QString& OrvExternalId::nullString()
+{
+    static const QString null;
+    return null;
 }
 
 QUrl OrvExternalId::toUrl() const
@@ -32,15 +40,11 @@ QUrl OrvExternalId::toUrl() const
     if (!isValid())
         return {};
     QUrl url;
-    url.setScheme(myServiceId);
-    url.setPath(myType, QUrl::DecodedMode);
+    url.setScheme(d->serviceId);
+    url.setPath(d->type, QUrl::DecodedMode);
     // DecodedMode keeps "%" and "#" of the remote id as data, not as escapes.
-    if (!myRemoteId.isNull())
-        url.setFragment(myRemoteId, QUrl::DecodedMode);
+    if (!d->remoteId.isNull())
+        url.setFragment(d->remoteId, QUrl::DecodedMode);
     return url;
 }
 
-size_t OrvExternalId::hash() const
-{
-    return myHash;
-}

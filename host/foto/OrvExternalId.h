@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QExplicitlySharedDataPointer>
 #include <QHashFunctions>
 #include <QList>
 #include <QMetaType>
@@ -15,28 +16,37 @@ public:
     OrvExternalId(const QString& serviceId, const QString& type, const QString& remoteId);
     explicit OrvExternalId(const QUrl& url);
 
-    const QString& serviceId() const { return myServiceId; }
-    const QString& type() const { return myType; }
-    const QString& remoteId() const { return myRemoteId; }
+    const QString& serviceId() const { return d ? d->serviceId : nullString(); }
+    const QString& type() const { return d ? d->type : nullString(); }
+    const QString& remoteId() const { return d ? d->remoteId : nullString(); }
 
-    bool isValid() const { return !myServiceId.isEmpty() && !myType.isEmpty(); }
+    bool isValid() const { return d && !d->serviceId.isEmpty() && !d->type.isEmpty(); }
     QUrl toUrl() const;
     QString toString() const { return toUrl().toString(QUrl::FullyEncoded); }
-    size_t hash() const;
+    size_t hash() const { return d ? d->hash : 0; }
 
     bool operator==(const OrvExternalId& other) const
     {
-        return myHash == other.myHash && myRemoteId == other.myRemoteId && myType == other.myType
-            && myServiceId == other.myServiceId;
+        return d == other.d
+            || (hash() == other.hash() && remoteId() == other.remoteId() && type() == other.type()
+                && serviceId() == other.serviceId());
     }
     bool operator!=(const OrvExternalId& other) const { return !(*this == other); }
 
 private:
-    QString myServiceId;
-    QString myType;
-    QString myRemoteId;
-    // Ids are keys of every pool and cache, hashed many times each: computed once.
-    size_t myHash = 0;
+    // Ids are copied into every album, pool, month and cache that holds their
+    // object, and hashed many times each: one shared, immutable record with
+    // the hash worked out once keeps a copy at the size of a pointer.
+    struct Data : QSharedData
+    {
+        QString serviceId;
+        QString type;
+        QString remoteId;
+        size_t hash = 0;
+    };
+    static const QString& nullString();
+
+    QExplicitlySharedDataPointer<const Data> d;
 };
 
 inline size_t qHash(const OrvExternalId& id, size_t seed = 0) { return id.hash() ^ seed; }

@@ -9,7 +9,7 @@ OrvExternalAlbumList OrvExternalMonthSynthesizer::synthetiseMonthAlbums() const
 {
     struct Entry
     {
-        qint64 msecs;
+        QDateTime taken;
         OrvExternalId id;
     };
     QMap<int, QList<Entry>> months;  // yyyymm
@@ -21,14 +21,15 @@ OrvExternalAlbumList OrvExternalMonthSynthesizer::synthetiseMonthAlbums() const
         if (serviceId.isEmpty())
             serviceId = data->id().serviceId();
         const QDate date = data->taken().date();
-        months[date.year() * 100 + date.month()].append({data->taken().toMSecsSinceEpoch(), data->id()});
+        months[date.year() * 100 + date.month()].append({data->taken(), data->id()});
     }
     OrvExternalAlbumList albums;
     const QLocale locale;
     for (auto it = months.end(); it != months.begin();) {
         --it;
         QList<Entry>& entries = *it;
-        std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.msecs < b.msecs; });
+        // QDateTime's own order: no conversion to UTC (a time zone look-up each) for dates of one time spec.
+        std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.taken < b.taken; });
         OrvExternalIdList ids;
         ids.reserve(entries.size());
         for (const Entry& entry : std::as_const(entries))

@@ -7,11 +7,17 @@
 #include <QDebug>
 #include <QFile>
 
-#include <expat.h>
+#include <libxml/parser.h>
 #include <pthread.h>
+#include <unistd.h>
 
 #include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <atomic>
+#include <cerrno>
 #include <condition_variable>
+#include <future>
 #include <deque>
 #include <mutex>
 #include <cstring>
@@ -308,7 +314,7 @@ struct Batch
     std::vector<PersonRecord> persons;
 
     QByteArrayView view(Text text) const { return QByteArrayView(bytes.data() + text.offset, text.length); }
-    bool isLarge() const { return bytes.size() > (1u << 20) || fotos.size() >= 4096; }
+    bool isLarge() const { return bytes.size() > (256u << 10) || fotos.size() >= 1024; }
 };
 
 using BatchSink = std::function<void(std::unique_ptr<Batch>)>;
@@ -358,13 +364,16 @@ private:
     bool myClosed = false;
 };
 
-// One string per distinct key: a foto's key recurs in every album that holds
-// it, and the ids made from it can then share their text. An open-addressing
-// table over one byte arena: far fewer cache misses than a hash of byte arrays.
-class KeyInterner
+// One id per distinct key: a foto's key recurs in every album that holds it,
+// and all of them can share one id. An open-addressing table over one byte
+// arena: far fewer cache misses than a hash of byte arrays.
+class IdInterner
 {
 public:
-    QString intern(QByteArrayView text)
+    using Make = OrvExternalId (OrvExternalAccess::*)(const QString&) const;
+    IdInterner(const OrvExternalAccess& access, Make make) : myAccess(access), myMake(make) {}
+
+    OrvExternalId intern(QByteArrayView text)
     {
         if ((myEntries.size() + 1) * 2 > mySlots.size())
             grow();
@@ -374,7 +383,7 @@ public:
             const quint32 slot = mySlots[i];
             if (slot == 0) {
                 mySlots[i] = quint32(myEntries.size() + 1);
-                myEntries.push_back({hash, myBytes.size(), size_t(text.size()), QString::fromUtf8(text)});
+                myEntries.push_back({hash, myBytes.size(), size_t(text.size()), (myAccess.*myMake)(QString::fromUtf8(text))});
                 myBytes.append(text.data(), size_t(text.size()));
                 return myEntries.back().value;
             }
@@ -391,7 +400,7 @@ private:
         size_t hash;
         size_t offset;
         size_t length;
-        QString value;
+        OrvExternalId value;
     };
 
     void grow()
@@ -407,37 +416,57 @@ private:
         mySlots.swap(table);
     }
 
+    const OrvExternalAccess& myAccess;
+    const Make myMake;
     std::vector<quint32> mySlots;
     std::vector<Entry> myEntries;
     std::string myBytes;
 };
 
-// The walk over the document, fed by expat: touches no Qt object, so it can
-// run on a thread of its own. One frame per open element says how its
+// The walk over the document, fed by libxml2's push parser (SAX, without
+// namespace processing: names are read as written): touches no Qt object, so
+// it can run on a thread of its own. One frame per open element says how its
 // children are read; the text of the elements whose text is needed is gathered
 // in one buffer (an element's text is a contiguous stretch of it).
 class Walker
 {
 public:
-    explicit Walker(BatchSink sink) : mySink(std::move(sink)), myXml(XML_ParserCreate(nullptr)), myBatch(new Batch)
+    explicit Walker(BatchSink sink) : mySink(std::move(sink)), myBatch(new Batch)
     {
         myFrames.reserve(16);
         myText.reserve(4096);
+        static const bool initialized = [] {
+            xmlInitParser();
+            return true;
+        }();
+        Q_UNUSED(initialized);
+        xmlSAXHandler handler;
+        std::memset(&handler, 0, sizeof handler);
+        // The first version of the interface: no namespace processing, names come as written.
+        handler.initialized = 1;
+        handler.startElement = &Walker::onStart;
+        handler.endElement = &Walker::onEnd;
+        handler.characters = &Walker::onText;
+        handler.ignorableWhitespace = &Walker::onText;
+        handler.cdataBlock = &Walker::onCdata;
+        handler.comment = &Walker::onMarkup;
+        handler.processingInstruction = &Walker::onProcessingInstruction;
+        handler.reference = &Walker::onMarkup;
+        // Nothing may expand: a document that declares entities is refused.
+        handler.entityDecl = &Walker::onEntityDeclaration;
+        handler.error = &Walker::onError;
+        handler.fatalError = &Walker::onError;
+        handler.warning = &Walker::onWarning;
+        myXml = xmlCreatePushParserCtxt(&handler, this, nullptr, 0, nullptr);
         if (!myXml)
             return;
-        XML_SetUserData(myXml, this);
-        XML_SetElementHandler(myXml, &Walker::onStart, &Walker::onEnd);
-        XML_SetCdataSectionHandler(myXml, &Walker::onCdataStart, &Walker::onCdataEnd);
-        XML_SetCommentHandler(myXml, &Walker::onComment);
-        XML_SetProcessingInstructionHandler(myXml, &Walker::onProcessingInstruction);
-        XML_SetSkippedEntityHandler(myXml, &Walker::onSkippedEntity);
-        // Nothing may expand: a document that declares entities is refused.
-        XML_SetEntityDeclHandler(myXml, &Walker::onEntityDeclaration);
+        // No network, no DTD loading, no entity substitution; the nesting limit is ours (maxDepth).
+        xmlCtxtUseOptions(myXml, XML_PARSE_NONET | XML_PARSE_HUGE | XML_PARSE_NOWARNING);
     }
     ~Walker()
     {
         if (myXml)
-            XML_ParserFree(myXml);
+            xmlFreeParserCtxt(myXml);
     }
     Walker(const Walker&) = delete;
     Walker& operator=(const Walker&) = delete;
@@ -447,14 +476,14 @@ public:
     {
         if (myFailed || !myXml)
             return false;
-        if (XML_Parse(myXml, data, int(size), final) == XML_STATUS_ERROR) {
+        // Pieces above INT_MAX never come: the reader hands over readChunk at a time.
+        xmlParseChunk(myXml, data, int(size), final ? 1 : 0);
+        if (!myRefusal.isEmpty() || !myXml->wellFormed) {
             myFailed = true;
-            if (myRefusal.isEmpty()) {
-                qDebug() << "OrvIPhotoDatabaseParser: not well-formed at line" << XML_GetCurrentLineNumber(myXml)
-                         << XML_ErrorString(XML_GetErrorCode(myXml));
-            } else {
+            if (myRefusal.isEmpty())
+                qDebug() << "OrvIPhotoDatabaseParser: not well-formed at line" << myErrorLine << myError;
+            else
                 qDebug() << "OrvIPhotoDatabaseParser:" << myRefusal;
-            }
             return false;
         }
         if (final)
@@ -463,6 +492,41 @@ public:
     }
 
     bool failed() const { return myFailed || !myXml; }
+
+    // Where the start tag of the document element ends (its offset in what
+    // was fed), -1 while unknown or when the document element is empty.
+    qint64 rootTagEnd() const { return myRootTagEnd; }
+
+    // Whether what was fed ends between two entries of the first "Master
+    // Image List" dict, directly below the top dict, with nothing but blanks
+    // after the last piece of markup: there the rest of the document reads
+    // exactly as it would after a document element start tag followed by
+    // <dict><key>Master Image List</key><dict>, and another walker can take over.
+    bool isBetweenFotoEntries() const
+    {
+        if (failed() || myCollectors != 0 || myFrames.size() != 3 || myXml->instate != XML_PARSER_CONTENT
+            || myXml->inputNr != 1 || myXml->nameNr != 3 || !myXml->input || !myXml->input->cur)
+            return false;
+        // Offsets are those of the file only while nothing is converted from another encoding.
+        if (!myXml->input->buf || myXml->input->buf->encoder)
+            return false;
+        const Frame& top = myFrames[1];
+        const Frame& fotos = myFrames[2];
+        if (top.role != Role::TopDict || top.pending || fotos.role != Role::FotosDict || fotos.pending
+            || fotos.valueOf != Key::MasterImageList)
+            return false;
+        if (!isNamed(reinterpret_cast<const char*>(myXml->nameTab[1]), dictElement)
+            || !isNamed(reinterpret_cast<const char*>(myXml->nameTab[2]), dictElement))
+            return false;
+        for (const xmlChar* c = myXml->input->cur; c < myXml->input->end; ++c) {
+            if (*c != ' ' && *c != '\t' && *c != '\n' && *c != '\r')
+                return false;
+        }
+        return true;
+    }
+
+    // Hands what was read so far to the sink (the walk stops here).
+    void flush() { mySink(std::exchange(myBatch, std::make_unique<Batch>())); }
 
 private:
     struct Frame
@@ -478,39 +542,56 @@ private:
         std::string pendingEntry;  // its text, for the entries of PersonsDict and FotosDict
     };
 
-    static void XMLCALL onStart(void* self, const XML_Char* name, const XML_Char**)
+    static void onStart(void* self, const xmlChar* name, const xmlChar**)
     {
-        static_cast<Walker*>(self)->start(name);
+        static_cast<Walker*>(self)->start(reinterpret_cast<const char*>(name));
     }
-    static void XMLCALL onEnd(void* self, const XML_Char*) { static_cast<Walker*>(self)->end(); }
-    static void XMLCALL onText(void* self, const XML_Char* text, int length)
+    static void onEnd(void* self, const xmlChar*) { static_cast<Walker*>(self)->end(); }
+    static void onText(void* self, const xmlChar* text, int length)
     {
-        static_cast<Walker*>(self)->myText.append(text, size_t(length));
-    }
-    static void XMLCALL onCdataStart(void* self) { static_cast<Walker*>(self)->endRun(); }
-    static void XMLCALL onCdataEnd(void* self)
-    {
-        // CDATA is text even when it is all blanks.
+        // Text outside the elements we read is of no interest.
         Walker* walker = static_cast<Walker*>(self);
+        if (walker->myCollectors > 0)
+            walker->myText.append(reinterpret_cast<const char*>(text), size_t(length));
+    }
+    static void onCdata(void* self, const xmlChar* text, int length)
+    {
+        // CDATA is text even when it is all blanks (a long section may come in pieces).
+        Walker* walker = static_cast<Walker*>(self);
+        walker->endRun();
+        onText(self, text, length);
         walker->myRunStart = walker->myText.size();
     }
-    static void XMLCALL onComment(void* self, const XML_Char*) { static_cast<Walker*>(self)->endRun(); }
-    static void XMLCALL onProcessingInstruction(void* self, const XML_Char*, const XML_Char*)
+    static void onMarkup(void* self, const xmlChar*) { static_cast<Walker*>(self)->endRun(); }
+    static void onProcessingInstruction(void* self, const xmlChar*, const xmlChar*)
     {
         static_cast<Walker*>(self)->endRun();
     }
-    static void XMLCALL onSkippedEntity(void* self, const XML_Char*, int) { static_cast<Walker*>(self)->endRun(); }
-    static void XMLCALL onEntityDeclaration(void* self, const XML_Char*, int, const XML_Char*, int, const XML_Char*,
-                                            const XML_Char*, const XML_Char*, const XML_Char*)
+    static void onEntityDeclaration(void* self, const xmlChar*, int, const xmlChar*, const xmlChar*, xmlChar*)
     {
         static_cast<Walker*>(self)->refuse(QStringLiteral("refusing entity declarations"));
     }
+    // Errors are kept for one debug line, never printed by the library.
+    static void onError(void* self, const char* format, ...)
+    {
+        Walker* walker = static_cast<Walker*>(self);
+        if (!walker->myError.isEmpty())
+            return;
+        char message[256];
+        va_list arguments;
+        va_start(arguments, format);
+        std::vsnprintf(message, sizeof message, format, arguments);
+        va_end(arguments);
+        walker->myError = QString::fromUtf8(message).trimmed();
+        walker->myErrorLine = walker->myXml && walker->myXml->input ? walker->myXml->input->line : 0;
+    }
+    static void onWarning(void*, const char*, ...) {}
 
     void refuse(const QString& why)
     {
         if (myRefusal.isEmpty())
             myRefusal = why;
-        XML_StopParser(myXml, XML_FALSE);
+        xmlStopParser(myXml);
     }
 
     // A run of text ends at every piece of markup; a run of blanks is dropped.
@@ -537,6 +618,10 @@ private:
         bool needsText = false;
         if (myFrames.empty()) {
             frame.role = Role::Document;
+            // Called with the input at the ">" (or "/>") of the start tag.
+            const xmlParserInputPtr input = myXml->input;
+            if (input && input->cur && input->cur < input->end && *input->cur == '>')
+                myRootTagEnd = qint64(input->consumed) + (input->cur - input->base) + 1;
         } else {
             Frame& parent = myFrames.back();
             if (parent.role == Role::Document) {
@@ -577,8 +662,7 @@ private:
         if (frame.isKey || needsText) {
             frame.collecting = true;
             frame.textStart = myText.size();
-            if (myCollectors++ == 0)
-                XML_SetCharacterDataHandler(myXml, &Walker::onText);
+            ++myCollectors;
         }
         myFrames.push_back(std::move(frame));
     }
@@ -620,8 +704,6 @@ private:
         if (frame.collecting && --myCollectors == 0) {
             myText.clear();
             myRunStart = 0;
-            // Text outside the elements we read is of no interest: expat need not report it.
-            XML_SetCharacterDataHandler(myXml, nullptr);
         }
         myFrames.pop_back();
     }
@@ -733,9 +815,12 @@ private:
     }
 
     BatchSink mySink;
-    XML_Parser myXml;
+    xmlParserCtxtPtr myXml = nullptr;
     bool myFailed = false;
     QString myRefusal;
+    QString myError;
+    int myErrorLine = 0;
+    qint64 myRootTagEnd = -1;
     bool myTopDictSeen = false;
     std::vector<Frame> myFrames;
     std::string myText;
@@ -754,8 +839,9 @@ private:
 class Builder
 {
 public:
-    explicit Builder(const OrvIPhotoDatabaseParser& parser)
-        : myParser(parser), myEpochMSecs(OrvIPhotoDatabaseParser::iPhotoEpoch().toMSecsSinceEpoch())
+    // Unpooled: the fotos are only listed, in order (the pool that takes them dedupes).
+    explicit Builder(const OrvIPhotoDatabaseParser& parser, bool pooled = true)
+        : myParser(parser), myEpochMSecs(OrvIPhotoDatabaseParser::iPhotoEpoch().toMSecsSinceEpoch()), myPooled(pooled)
     {
     }
 
@@ -765,30 +851,33 @@ public:
             OrvExternalIdList ids;
             ids.reserve(record.keyCount);
             for (quint32 i = record.firstKey; i < record.firstKey + record.keyCount; ++i)
-                ids.append(myParser.buildFotoId(intern(batch, batch.keys[i])));
+                ids.append(fotoId(batch, batch.keys[i]));
             const OrvExternalAlbumType type = record.hasType ? myParser.albumType(string(batch, record.type))
                                                              : OrvExternalAlbumType(32);
-            const OrvExternalAlbum album(myParser.buildAlbumId(intern(batch, record.id)), string(batch, record.name), ids, type);
+            const OrvExternalAlbum album(myParser.buildAlbumId(string(batch, record.id)), string(batch, record.name), ids, type);
             if (album.isValid())
                 albums.add(album);
         }
-        fotos.reserve(fotos.size() + qsizetype(batch.fotos.size()));
         for (const FotoRecord& record : batch.fotos) {
             OrvExternalFaceList faces;
             faces.reserve(record.faceCount);
             for (quint32 i = record.firstFace; i < record.firstFace + record.faceCount; ++i) {
                 const FaceRecord& face = batch.faces[i];
-                faces.add(OrvExternalFace(face.hasKey ? myParser.buildFaceId(intern(batch, face.key)) : OrvExternalId(), face.rect));
+                faces.add(OrvExternalFace(face.hasKey ? faceId(batch, face.key) : OrvExternalId(), face.rect));
             }
             const QString imagePath = string(batch, record.imagePath);
             auto data = std::make_shared<OrvExternalFotoImplDataLocalDatabase>(
-                myParser.buildFotoId(intern(batch, record.key)), fileNameOf(imagePath), date(record), imagePath,
+                fotoId(batch, record.key), fileNameOf(imagePath), date(record), imagePath,
                 string(batch, record.thumbPath), faces);
             data->setAdobeRating(record.rating);
-            fotos.add(OrvExternalFoto(std::shared_ptr<const OrvExternalFotoImplData>(std::move(data))));
+            OrvExternalFoto foto(std::shared_ptr<const OrvExternalFotoImplData>(std::move(data)));
+            if (myPooled)
+                fotos.add(foto);
+            else
+                fotoList.append(foto);
         }
         for (const PersonRecord& record : batch.persons) {
-            const OrvExternalAlbum person(myParser.buildFaceId(intern(batch, record.key)), string(batch, record.name),
+            const OrvExternalAlbum person(faceId(batch, record.key), string(batch, record.name),
                                           OrvExternalIdList(), OrvExternalAlbumType(2));
             if (person.isValid())
                 persons.add(person);
@@ -797,14 +886,20 @@ public:
 
     OrvExternalAlbumPool albums;
     OrvExternalFotoPool fotos;
+    OrvExternalFotoList fotoList;
     OrvExternalAlbumPool persons;
 
 private:
     static QString string(const Batch& batch, Text text) { return toQString(batch.view(text), text.present); }
 
-    QString intern(const Batch& batch, Text text)
+    // An empty key keeps its null-or-empty text in the id, which interning would lose.
+    OrvExternalId fotoId(const Batch& batch, Text text)
     {
-        return text.length == 0 ? string(batch, text) : myInterner.intern(batch.view(text));
+        return text.length == 0 ? myParser.buildFotoId(string(batch, text)) : myFotoIds.intern(batch.view(text));
+    }
+    OrvExternalId faceId(const Batch& batch, Text text)
+    {
+        return text.length == 0 ? myParser.buildFaceId(string(batch, text)) : myFaceIds.intern(batch.view(text));
     }
 
     QDateTime date(const FotoRecord& record) const
@@ -819,7 +914,9 @@ private:
     const OrvIPhotoDatabaseParser& myParser;
     // The epoch's instant in the time zone of this parse (the epoch is local midnight).
     const qint64 myEpochMSecs;
-    KeyInterner myInterner;
+    const bool myPooled;
+    IdInterner myFotoIds{myParser, &OrvExternalAccess::buildFotoId};
+    IdInterner myFaceIds{myParser, &OrvExternalAccess::buildFaceId};
 };
 
 } // namespace
@@ -839,112 +936,286 @@ void OrvIPhotoDatabaseParser::fillAlbumTypes()
     myAlbumTypes.insert(QStringLiteral("4"), OrvExternalAlbumType(1));
 }
 
+namespace {
+
+// The library file, or bytes already in memory: read at any offset, from any thread.
+struct Input
+{
+    qint64 size = 0;
+    std::function<qint64(qint64 offset, char* buffer, qint64 size)> readAt;
+};
+
+// Feeds [from, to) of the input through the repair into the sink; false on a
+// read error, a broken document or when cancel is set.
+bool pump(const Input& input, qint64 from, qint64 to, OrvXmlRepair& repair, const OrvXmlRepair::Sink& sink,
+          char* buffer, const std::atomic<bool>* cancel = nullptr)
+{
+    for (qint64 at = from; at < to;) {
+        if (cancel && cancel->load(std::memory_order_relaxed))
+            return false;
+        const qint64 count = input.readAt(at, buffer, std::min(readChunk, to - at));
+        if (count <= 0) {
+            qDebug() << "OrvIPhotoDatabaseParser: read error";
+            return false;
+        }
+        if (!repair.feed(buffer, count, sink))
+            return false;
+        at += count;
+    }
+    return true;
+}
+
+OrvXmlRepair::Sink into(Walker& walker)
+{
+    return [&walker](const char* data, qsizetype size) { return walker.feed(data, size, false); };
+}
+
+bool finish(OrvXmlRepair& repair, Walker& walker)
+{
+    return repair.finish(into(walker)) && walker.feed(nullptr, 0, true) && !walker.failed();
+}
+
+// Where a second reader may start: the "<key>" of an entry of a dict of
+// dicts ("</dict> <key>...</key> <dict>") at or after from. Only a guess:
+// the first reader confirms it when it gets there.
+qint64 findHandOver(const Input& input, qint64 from)
+{
+    constexpr qint64 window = 1 << 20;
+    QByteArray bytes(int(std::min(window, input.size - from)), Qt::Uninitialized);
+    if (bytes.isEmpty() || input.readAt(from, bytes.data(), bytes.size()) != bytes.size())
+        return -1;
+    const auto isBlank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+    const auto startsAt = [&bytes](qsizetype at, QByteArrayView text) {
+        return at >= 0 && at + text.size() <= bytes.size() && QByteArrayView(bytes).sliced(at, text.size()) == text;
+    };
+    for (qsizetype at = bytes.indexOf("</dict>"); at >= 0; at = bytes.indexOf("</dict>", at + 1)) {
+        qsizetype key = at + 7;
+        while (key < bytes.size() && isBlank(bytes[key]))
+            ++key;
+        if (!startsAt(key, "<key>"))
+            continue;
+        const qsizetype close = bytes.indexOf('<', key + 5);
+        if (!startsAt(close, "</key>"))
+            continue;
+        qsizetype value = close + 6;
+        while (value < bytes.size() && isBlank(bytes[value]))
+            ++value;
+        if (startsAt(value, "<dict>"))
+            return from + key;
+    }
+    return -1;
+}
+
+// A plain POSIX thread: joining it is all the synchronisation there is, and a
+// failure to make one is an answer (the work is done elsewhere), not an exception.
+bool startThread(pthread_t* thread, std::function<void()>* body)
+{
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, 2u << 20);
+    const bool started = pthread_create(thread, &attributes, &runFunction, body) == 0;
+    pthread_attr_destroy(&attributes);
+    return started;
+}
+
+} // namespace
+
 void OrvIPhotoDatabaseParser::parse(const QFileInfo& file)
 {
     fillAlbumTypes();
     QFile in(file.absoluteFilePath());
-    if (file.filePath().isEmpty() || !in.open(QIODevice::ReadOnly)) {
+    if (file.filePath().isEmpty() || !in.open(QIODevice::ReadOnly) || in.handle() < 0) {
         qDebug() << "OrvIPhotoDatabaseParser: cannot open" << file.filePath();
         return;
     }
-    parseStream([&in](char* buffer, qint64 size) { return in.read(buffer, size); }, in.size() > threadedSize);
+    const int fd = in.handle();
+    parseInput(in.size(), [fd](qint64 offset, char* buffer, qint64 size) {
+                    qint64 done = 0;
+                    while (done < size) {
+                        const ssize_t got = ::pread(fd, buffer + done, size_t(size - done), off_t(offset + done));
+                        if (got < 0 && errno == EINTR)
+                            continue;
+                        if (got <= 0)
+                            break;
+                        done += got;
+                    }
+                    return done;
+                });
 }
 
 void OrvIPhotoDatabaseParser::parseData(const QByteArray& bytes)
 {
     fillAlbumTypes();
-    qint64 offset = 0;
-    parseStream(
-        [&](char* buffer, qint64 size) {
-            const qint64 count = std::min<qint64>(size, bytes.size() - offset);
-            std::memcpy(buffer, bytes.constData() + offset, size_t(count));
-            offset += count;
-            return count;
-        },
-        bytes.size() > threadedSize);
+    parseInput(bytes.size(), [&bytes](qint64 offset, char* buffer, qint64 size) {
+                    const qint64 count = std::max<qint64>(0, std::min<qint64>(size, bytes.size() - offset));
+                    std::memcpy(buffer, bytes.constData() + offset, size_t(count));
+                    return count;
+                });
 }
 
-bool OrvIPhotoDatabaseParser::parseStream(const std::function<qint64(char* buffer, qint64 size)>& read, bool threaded)
+void OrvIPhotoDatabaseParser::setThresholds(qint64 threaded, qint64 split)
 {
+    myThreadedSize = threaded;
+    mySplitSize = split;
+}
+
+bool OrvIPhotoDatabaseParser::parseInput(qint64 size, const ReadAt& readAt)
+{
+    const Input input{size, readAt};
+    myReaders = 1;
     Builder builder(*this);
-    BatchQueue queue;
-    // Large files are read on a second thread while this one builds what was read.
-    BatchSink sink = threaded ? BatchSink([&queue](std::unique_ptr<Batch> batch) { queue.push(std::move(batch)); })
-                              : BatchSink([&builder](std::unique_ptr<Batch> batch) { builder.take(*batch); });
-    bool ok = true;
-    qsizetype repairs = 0;
-    auto readAll = [&] {
-        Walker walker(sink);
-        OrvXmlRepair repair;
-        const OrvXmlRepair::Sink repaired = [&walker](const char* data, qsizetype size) {
-            return walker.feed(data, size, false);
-        };
+    if (input.size <= myThreadedSize) {
         std::unique_ptr<char[]> buffer(new char[readChunk]);
-        for (;;) {
-            const qint64 count = read(buffer.get(), readChunk);
-            if (count < 0) {
-                qDebug() << "OrvIPhotoDatabaseParser: read error";
-                ok = false;
-                break;
-            }
-            if (count == 0)
-                break;
-            if (!repair.feed(buffer.get(), count, repaired)) {
-                ok = false;
-                break;
-            }
+        Walker walker([&builder](std::unique_ptr<Batch> batch) { builder.take(*batch); });
+        OrvXmlRepair repair;
+        if (!pump(input, 0, input.size, repair, into(walker), buffer.get()) || !finish(repair, walker))
+            return false;  // as a DOM load would: a broken file gives nothing at all
+        return adopt(builder.albums, builder.fotos, builder.persons, repair.repairs());
+    }
+
+    // Large files: the first reader walks the document on a thread of its own
+    // while this thread builds what it read. From a size on, a second reader
+    // starts half-way, at what looks like the start of a foto entry, and walks
+    // the rest into fotos and albums of its own; when the first reader gets
+    // there and finds the document really is between two foto entries, it
+    // stops and the two halves are joined. Otherwise the second reader's work
+    // is dropped and the first one reads on: either way, what comes out is
+    // what one reader gives.
+    BatchQueue queue;
+    // The second reader also builds its part, so it gets a little less than half.
+    const qint64 handOver = input.size > mySplitSize ? findHandOver(input, input.size / 20 * 11) : -1;
+    std::promise<qint64> rootTag;
+    std::future<qint64> rootTagKnown = rootTag.get_future();
+    std::atomic<bool> cancel{false};
+
+    Builder secondBuilder(*this, false);
+    bool secondOk = false;
+    qsizetype secondRepairs = 0;
+    std::function<void()> second = [&] {
+        const qint64 rootEnd = rootTagKnown.get();
+        if (rootEnd <= 0 || cancel.load())
+            return;
+        Walker walker([&secondBuilder](std::unique_ptr<Batch> batch) { secondBuilder.take(*batch); });
+        OrvXmlRepair repair;
+        std::unique_ptr<char[]> chunk(new char[readChunk]);
+        const QByteArray start = "<dict><key>Master Image List</key><dict>";
+        const Input prefix{rootEnd + start.size(), [&](qint64 offset, char* into, qint64 size) {
+                               if (offset < rootEnd)
+                                   return input.readAt(offset, into, std::min(size, rootEnd - offset));
+                               const qint64 count = std::min<qint64>(size, start.size() - (offset - rootEnd));
+                               std::memcpy(into, start.constData() + (offset - rootEnd), size_t(count));
+                               return count;
+                           }};
+        secondOk = pump(prefix, 0, prefix.size, repair, into(walker), chunk.get(), &cancel)
+            && pump(input, handOver, input.size, repair, into(walker), chunk.get(), &cancel) && finish(repair, walker);
+        secondRepairs = repair.repairs();
+    };
+    pthread_t secondThread{};
+    const bool secondStarted = handOver > 0 && startThread(&secondThread, &second);
+    if (secondStarted)
+        myReaders = 2;
+
+    bool ok = true;
+    bool handedOver = false;
+    qsizetype repairs = 0;
+    BatchSink sink = [&queue](std::unique_ptr<Batch> batch) { queue.push(std::move(batch)); };
+    std::function<void()> first = [&] {
+        Walker walker([&sink](std::unique_ptr<Batch> batch) { sink(std::move(batch)); });
+        OrvXmlRepair repair;
+        std::unique_ptr<char[]> chunk(new char[readChunk]);
+        // A small first piece: the second reader needs the document element's start tag.
+        const qint64 head = std::min<qint64>(secondStarted ? std::min<qint64>(handOver, 1 << 16) : 0, input.size);
+        // Repairs made before the start tag was read: its offset is the file's only without any.
+        qsizetype repairsBeforeRoot = -1;
+        const OrvXmlRepair::Sink headSink = [&](const char* data, qsizetype size) {
+            const bool fed = walker.feed(data, size, false);
+            // A span of the output is unchanged input: every repair so far lies before it.
+            if (repairsBeforeRoot < 0 && walker.rootTagEnd() > 0)
+                repairsBeforeRoot = repair.repairs();
+            return fed;
+        };
+        ok = pump(input, 0, head, repair, headSink, chunk.get());
+        const bool rootKnown = ok && repairsBeforeRoot == 0;
+        rootTag.set_value(rootKnown ? walker.rootTagEnd() : -1);
+        if (rootKnown && secondStarted) {
+            ok = pump(input, head, handOver, repair, into(walker), chunk.get());
+            handedOver = ok && repair.isIdle() && walker.isBetweenFotoEntries();
         }
-        ok = ok && repair.finish(repaired) && walker.feed(nullptr, 0, true) && !walker.failed();
+        if (handedOver) {
+            walker.flush();
+        } else {
+            cancel.store(true);
+            ok = ok && pump(input, rootKnown && secondStarted ? handOver : head, input.size, repair, into(walker), chunk.get())
+                && finish(repair, walker);
+        }
         repairs = repair.repairs();
         queue.close();
     };
-    // A plain POSIX thread: joining it is all the synchronisation there is, and
-    // a failure to make one is an answer (read here then), not an exception.
-    std::function<void()> body = readAll;
-    pthread_t reader{};
-    bool started = false;
-    if (threaded) {
-        pthread_attr_t attributes;
-        pthread_attr_init(&attributes);
-        pthread_attr_setstacksize(&attributes, 2u << 20);
-        started = pthread_create(&reader, &attributes, &runFunction, &body) == 0;
-        pthread_attr_destroy(&attributes);
-    }
-    if (started) {
+    pthread_t firstThread{};
+    if (startThread(&firstThread, &first)) {
         while (std::unique_ptr<Batch> batch = queue.pop())
             builder.take(*batch);
-        pthread_join(reader, nullptr);
+        pthread_join(firstThread, nullptr);
     } else {
         sink = [&builder](std::unique_ptr<Batch> batch) { builder.take(*batch); };
-        readAll();
+        first();
     }
-    if (!ok)
-        return false;  // as a DOM load would: a broken file gives nothing at all
+    if (secondStarted)
+        pthread_join(secondThread, nullptr);
+    if (handedOver) {
+        ok = ok && secondOk;
+        repairs += secondRepairs;
+        builder.albums.add(secondBuilder.albums);
+        builder.fotos.add(secondBuilder.fotoList);
+        builder.persons.add(secondBuilder.persons);
+    } else {
+        myReaders = 1;
+    }
+    return ok && adopt(builder.albums, builder.fotos, builder.persons, repairs);
+}
+
+bool OrvIPhotoDatabaseParser::adopt(const OrvExternalAlbumPool& albums, const OrvExternalFotoPool& fotos,
+                                    OrvExternalAlbumPool& persons, qsizetype repairs)
+{
     if (repairs > 0)
         qDebug() << "OrvIPhotoDatabaseParser: repaired" << repairs << "defects";
-    assignFacesToPersons(builder.persons, builder.fotos);
+    assignFacesToPersons(persons, fotos);
     if (myAlbums.isEmpty())
-        myAlbums = builder.albums;
+        myAlbums = albums;
     else
-        myAlbums.add(builder.albums);
+        myAlbums.add(albums);
     if (myFotos.size() == 0)
-        myFotos = builder.fotos;
+        myFotos = fotos;
     else
-        myFotos.add(builder.fotos.fotos());
+        myFotos.add(fotos.fotos());
     if (myPersons.isEmpty())
-        myPersons = builder.persons;
+        myPersons = persons;
     else
-        myPersons.add(builder.persons);
+        myPersons.add(persons);
     return true;
 }
 
 void OrvIPhotoDatabaseParser::assignFacesToPersons(OrvExternalAlbumPool& persons, const OrvExternalFotoPool& fotos) const
 {
+    // Each person's fotos in the order of the pool, then one append per person
+    // (which leaves out what a person has already).
+    QHash<OrvExternalId, OrvExternalIdList> fotosOf;
+    OrvExternalIdList order;
     for (const OrvExternalFoto& foto : fotos.fotos()) {
-        const OrvExternalId fotoId = foto.id();
-        for (const OrvExternalId& personId : foto.allPersonsOnThisFoto())
-            persons.addKid(personId, fotoId);
+        const OrvExternalFotoImplData* data = foto.data();
+        if (!data)
+            continue;
+        for (const OrvExternalFace& face : data->faces()) {
+            if (!face.id().isValid())
+                continue;
+            OrvExternalIdList& ids = fotosOf[face.id()];
+            if (ids.isEmpty())
+                order.append(face.id());
+            ids.append(foto.id());
+        }
     }
+    for (const OrvExternalId& person : std::as_const(order))
+        persons.appendFotos(person, fotosOf.value(person));
 }
 
 OrvExternalAlbumType OrvIPhotoDatabaseParser::albumType(const QString& text) const

@@ -21,13 +21,14 @@
 // into albums, fotos and persons.
 //
 // Libraries reach 100 000 fotos and files of over 100 MB, so the file is not
-// loaded as a DOM: it is streamed through expat and a small state machine with
+// loaded as a DOM: it is streamed through libxml2 and a small state machine with
 // one frame per open element, which reads the document exactly as a walk over
 // its DOM would (whole text content of elements, each "key" paired with the
 // next sibling element of any name, later keys overriding earlier ones). A
 // file that is not well-formed gives nothing at all, as a DOM load would.
 // Files above threadedSize are read and walked on a second thread while the
-// calling thread turns what was read into albums and fotos.
+// calling thread turns what was read into albums and fotos; files above
+// splitSize are read by two readers, one for each half (see parseInput).
 class OrvIPhotoDatabaseParser : public OrvExternalAccess
 {
 public:
@@ -67,9 +68,18 @@ public:
     static constexpr int maxDepth = 1000;
     // Larger libraries are read on a second thread while the first builds.
     static constexpr qint64 threadedSize = 4 << 20;
+    // From this size on, a second reader takes the second half of the fotos.
+    static constexpr qint64 splitSize = 8 << 20;
+    // Other sizes than the two above (tests, benchmarks).
+    void setThresholds(qint64 threaded, qint64 split);
+    // How many readers the last parse used in the end (2: the file was read in two halves).
+    int readers() const { return myReaders; }
 
 private:
-    bool parseStream(const std::function<qint64(char* buffer, qint64 size)>& read, bool threaded);
+    using ReadAt = std::function<qint64(qint64 offset, char* buffer, qint64 size)>;
+    bool parseInput(qint64 size, const ReadAt& readAt);
+    bool adopt(const OrvExternalAlbumPool& albums, const OrvExternalFotoPool& fotos, OrvExternalAlbumPool& persons,
+               qsizetype repairs);
     void fillAlbumTypes();
     void assignFacesToPersons(OrvExternalAlbumPool& persons, const OrvExternalFotoPool& fotos) const;
 
@@ -77,4 +87,7 @@ private:
     OrvExternalFotoPool myFotos;
     OrvExternalAlbumPool myPersons;
     QHash<QString, OrvExternalAlbumType> myAlbumTypes;
+    qint64 myThreadedSize = threadedSize;
+    qint64 mySplitSize = splitSize;
+    int myReaders = 0;
 };

@@ -255,6 +255,16 @@ Snapshot parse(const QByteArray& bytes, const QString& service)
     return snapshot(parser.albums(), parser.fotos(), parser.persons());
 }
 
+Snapshot parseInHalves(const QByteArray& bytes, int* readers)
+{
+    OrvIPhotoDatabaseParser parser{OrvExternalUrlBuilder(QStringLiteral("iphoto"))};
+    parser.setThresholds(0, 0);
+    parser.parseData(bytes);
+    if (readers)
+        *readers = parser.readers();
+    return snapshot(parser.albums(), parser.fotos(), parser.persons());
+}
+
 Snapshot parseWithDom(const QByteArray& bytes, const QString& service)
 {
     Scratch scratch;

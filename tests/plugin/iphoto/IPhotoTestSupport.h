@@ -38,6 +38,10 @@ Snapshot snapshot(const OrvExternalAlbumPool& albums, const OrvExternalFotoPool&
 
 // The streaming parser on bytes.
 Snapshot parse(const QByteArray& bytes, const QString& service = QStringLiteral("iphoto"));
+// The same with the thresholds lowered so that any document is read on a
+// second thread and, where it can be, in two halves; readers says how many
+// readers the parse used in the end.
+Snapshot parseInHalves(const QByteArray& bytes, int* readers = nullptr);
 // A plain walk over the DOM that the host's XML loader gives, written as
 // directly as possible from the file format's rules; the parser must agree.
 Snapshot parseWithDom(const QByteArray& bytes, const QString& service = QStringLiteral("iphoto"));

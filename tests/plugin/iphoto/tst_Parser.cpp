@@ -422,30 +422,40 @@ private:
 TEST(IPhotoParserDocument, AgreesWithDomWalk)
 {
     int compared = 0;
+    int split = 0;
     for (quint32 seed = 1; seed <= 600; ++seed) {
         const QByteArray document = RandomLibrary(seed).document();
         const Snapshot streamed = parse(document);
         const Snapshot walked = parseWithDom(document);
         ASSERT_EQ(streamed, walked) << "seed " << seed << "\n" << document.toStdString() << "\nstreamed:\n"
                                     << streamed.toString().toStdString() << "\nDOM:\n" << walked.toString().toStdString();
+        // Read in two halves wherever the middle looks like a foto entry boundary.
+        int readers = 0;
+        const Snapshot halves = parseInHalves(document, &readers);
+        ASSERT_EQ(halves, walked) << "seed " << seed << " readers " << readers << "\n" << document.toStdString()
+                                  << "\nhalves:\n" << halves.toString().toStdString();
+        split += readers == 2 ? 1 : 0;
         compared += streamed.isEmpty() ? 0 : 1;
     }
     EXPECT_GT(compared, 250) << "most documents should hold something";
+    EXPECT_GT(split, 20) << "some documents should be read in two halves";
 }
 
-TEST(IPhotoParserDocument, LargeLibraryReadOnTwoThreads)
+namespace {
+
+// A library of every kind of entry with foto entries worth at least fotoBytes;
+// caption(i) is the caption of the i-th foto.
+QByteArray largeLibrary(qint64 fotoBytes, const std::function<QByteArray(int)>& caption)
 {
-    // Over the size from which the file is read on a thread of its own; every
-    // kind of entry, spread over many batches.
     QByteArray fotos;
     QByteArray albums;
     QList<QByteArray> allKeys;
-    for (int i = 1; fotos.size() < OrvIPhotoDatabaseParser::threadedSize + (1 << 20); ++i) {
+    for (int i = 1; fotos.size() < fotoBytes; ++i) {
         const QByteArray key = QByteArray::number(i);
         allKeys.append(key);
         QByteArray more = entry("DateAsTimerInterval", QByteArray::number(300000000 + i * 3607.5), "real")
             + entry("Rating", QByteArray::number(i % 6), "integer") + entry("ThumbPath", "/t/" + key + ".jpg")
-            + entry("Caption", "fish & chips " + key);
+            + entry("Caption", caption(i));
         if (i % 3 == 0) {
             more += "<key>Faces</key><array><dict>" + entry("face key", QByteArray::number(i % 7), "integer")
                 + entry("rectangle", "{{0." + QByteArray::number(i % 9) + ", 0.5}, {0.1, 0.15}}") + "</dict></array>";
@@ -458,8 +468,18 @@ TEST(IPhotoParserDocument, LargeLibraryReadOnTwoThreads)
     for (int p = 0; p < 7; ++p)
         persons += "<key>" + QByteArray::number(p) + "</key><dict>" + entry("name", "Person " + QByteArray::number(p)) + "</dict>";
     persons += "</dict>";
-    const QByteArray bytes = library("<key>List of Albums</key><array>" + albums + "</array>" + persons
-                                     + "<key>Master Image List</key><dict>" + fotos + "</dict>");
+    return library("<key>List of Albums</key><array>" + albums + "</array>" + persons
+                   + "<key>Master Image List</key><dict>" + fotos + "</dict>");
+}
+
+} // namespace
+
+TEST(IPhotoParserDocument, LargeLibraryReadOnTwoThreads)
+{
+    // Over the size from which the file is read on a thread of its own, spread
+    // over many batches; bare "&" everywhere to be repaired on the way.
+    const QByteArray bytes = largeLibrary(OrvIPhotoDatabaseParser::threadedSize + (1 << 20),
+                                          [](int i) { return "fish & chips " + QByteArray::number(i); });
     ASSERT_GT(bytes.size(), OrvIPhotoDatabaseParser::threadedSize);
     const Snapshot streamed = parse(bytes);
     EXPECT_GT(streamed.fotos.size(), 5000);
@@ -472,4 +492,77 @@ TEST(IPhotoParserDocument, LargeLibraryReadOnTwoThreads)
     parser.parse(QFileInfo(scratch.write("AlbumData.xml", bytes)));
     EXPECT_TRUE(snapshot(parser.albums(), parser.fotos(), parser.persons()) == streamed);
     EXPECT_TRUE(parse(bytes.left(bytes.size() - 20)).isEmpty());
+}
+
+TEST(IPhotoParserDocument, LargeLibraryReadInTwoHalves)
+{
+    const auto plain = [](int i) { return "Caption " + QByteArray::number(i); };
+    const QByteArray bytes = largeLibrary(600000, plain);
+    const Snapshot walked = parseWithDom(bytes);
+    ASSERT_GT(walked.fotos.size(), 1000);
+    int readers = 0;
+    EXPECT_EQ(parseInHalves(bytes, &readers), walked);
+    EXPECT_EQ(readers, 2);
+
+    // From a file, with the default sizes, too.
+    Scratch scratch;
+    OrvIPhotoDatabaseParser parser{OrvExternalUrlBuilder("iphoto")};
+    parser.setThresholds(1 << 16, 1 << 17);
+    parser.parse(QFileInfo(scratch.write("AlbumData.xml", bytes)));
+    EXPECT_EQ(parser.readers(), 2);
+    EXPECT_EQ(snapshot(parser.albums(), parser.fotos(), parser.persons()), walked);
+
+    // The same foto key in both halves: the later entry wins, as with one reader.
+    QByteArray twice = bytes;
+    const QByteArray end = "</dict></dict>\n</plist>";  // of the foto list, the top dict, the document
+    twice.insert(twice.lastIndexOf(end), foto("1", "/lib/again.jpg"));
+    EXPECT_EQ(parseInHalves(twice, &readers), parseWithDom(twice));
+    EXPECT_EQ(readers, 2);
+
+    // Bare "&" are repaired in either half; a repair before the document
+    // element keeps the first reader on to the end.
+    const QByteArray lateAmpersands = largeLibrary(600000, [](int i) { return i > 1200 ? QByteArray("a & b") : "c"; });
+    EXPECT_EQ(parseInHalves(lateAmpersands, &readers), parseWithDom(lateAmpersands));
+    EXPECT_EQ(readers, 2);
+    const QByteArray earlyAmpersand = QByteArray(bytes).replace("Caption 7<", "Caption & 7<");
+    EXPECT_EQ(parseInHalves(earlyAmpersand, &readers), parseWithDom(earlyAmpersand));
+    EXPECT_EQ(readers, 2);
+    const QByteArray nulInProlog = QByteArray(bytes).insert(bytes.indexOf("<plist"), '\0');
+    EXPECT_EQ(parseInHalves(nulInProlog, &readers), walked);
+    EXPECT_EQ(readers, 1);
+
+    // What only looks like foto entries: the middle inside a comment, or a
+    // list of fotos that is not a dict. One reader, same result.
+    const QByteArray fake = largeLibrary(1200000, plain);
+    const QByteArray comment = "<!-- " + fake + " -->";
+    const QByteArray instruction = "<?fake " + fake.mid(fake.indexOf("<plist")) + " ?>";
+    for (const auto& [before, what] : {std::pair(QByteArray("<key>Master Image List</key>"), comment),
+                                       std::pair(QByteArray("<key>100</key>"), comment),
+                                       std::pair(QByteArray("<key>100</key>"), instruction)}) {
+        QByteArray commented = bytes;
+        commented.insert(commented.indexOf(before), what);
+        const Snapshot expected = parseWithDom(commented);
+        EXPECT_EQ(expected.fotos.size(), walked.fotos.size()) << before.toStdString();
+        EXPECT_EQ(parseInHalves(commented, &readers), expected) << before.toStdString();
+        EXPECT_EQ(readers, 1) << before.toStdString();
+    }
+    QByteArray notADict = bytes;
+    const qsizetype list = notADict.indexOf("<key>Master Image List</key><dict>") + 28;
+    notADict.replace(list, 6, "<list>");
+    notADict.replace(notADict.lastIndexOf(end), 7, "</list>");
+    EXPECT_EQ(parseInHalves(notADict, &readers), parseWithDom(notADict));
+    EXPECT_EQ(readers, 1);
+
+    // A byte order mark keeps offsets as they are; another encoding does not.
+    const QByteArray bom = "\xEF\xBB\xBF" + bytes;
+    EXPECT_EQ(parseInHalves(bom, &readers), walked);
+    EXPECT_EQ(readers, 2);
+    const QByteArray latin1 = QByteArray(bytes).replace("encoding=\"UTF-8\"", "encoding=\"ISO-8859-1\"");
+    EXPECT_EQ(parseInHalves(latin1, &readers), walked);
+    EXPECT_EQ(readers, 1);
+
+    // Broken in either half: nothing at all.
+    EXPECT_TRUE(parseInHalves(bytes.left(bytes.size() - 20)).isEmpty());
+    EXPECT_TRUE(parseInHalves(QByteArray(bytes).insert(bytes.size() / 4, "</x>")).isEmpty());
+    EXPECT_TRUE(parseInHalves(QByteArray(bytes).insert(bytes.size() - 100, "<")).isEmpty());
 }
