@@ -4,7 +4,7 @@
 
 #include <QList>
 #include <QMetaType>
-#include <QSharedDataPointer>
+#include "OrvSharedDataPointer.h"
 #include <QString>
 #include <QStringList>
 
@@ -68,7 +68,7 @@ public:
 private:
     friend class OrvExternalAlbumPool;
     struct Data;
-    QSharedDataPointer<Data> d;
+    OrvSharedDataPointer<Data> d;
 };
 
 class OrvExternalAlbumList : public QList<OrvExternalAlbum>

@@ -5,7 +5,7 @@
 
 #include <QHash>
 #include <QSet>
-#include <QSharedDataPointer>
+#include "OrvSharedDataPointer.h"
 
 #include <mutex>
 #include <shared_mutex>
@@ -41,7 +41,7 @@ public:
 
 private:
     struct Data;
-    QSharedDataPointer<Data> d;
+    OrvSharedDataPointer<Data> d;
 };
 
 // Fotos of a source, looked up by id in constant time.
@@ -65,7 +65,7 @@ public:
 
 private:
     struct Data;
-    QSharedDataPointer<Data> d;
+    OrvSharedDataPointer<Data> d;
 };
 
 // Everything a source shows: its albums and fotos. Safe to use from several

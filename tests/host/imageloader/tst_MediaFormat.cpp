@@ -62,7 +62,7 @@ TEST(MediaFormat, UnknownInputIsInvalid)
     EXPECT_TRUE(OrvMediaFormat().toUti().isEmpty());
     EXPECT_FALSE(OrvMediaFormat(quint32(1u << 30)).isValid());
     // A set of formats has no single name or reader.
-    const OrvMediaFormat any(quint32(OrvMediaFormat::AnyImage));
+    const OrvMediaFormat any{quint32(OrvMediaFormat::AnyImage)};
     EXPECT_TRUE(any.isImage());
     EXPECT_TRUE(any.name().isEmpty());
     EXPECT_TRUE(any.qtFormat().isEmpty());

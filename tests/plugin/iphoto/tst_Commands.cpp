@@ -25,6 +25,26 @@ struct ProgramRun
 
 QString program() { return OrvTest::binaryDir() + QStringLiteral("/bin/orv-photos"); }
 
+#if defined(__SANITIZE_THREAD__)
+#define ORV_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define ORV_THREAD_SANITIZER 1
+#endif
+#endif
+
+// Why the host program cannot be run from here; empty when it can.
+std::string cannotRun()
+{
+#ifdef ORV_THREAD_SANITIZER
+    // QProcess starts children with a clone that shares this process's memory
+    // until exec; ThreadSanitizer's bookkeeping of the test process does not
+    // survive that. The host-program tests run orv-photos under it instead.
+    return "starting processes under ThreadSanitizer";
+#endif
+    return QFileInfo(program()).isExecutable() ? std::string() : std::string("orv-photos not built");
+}
+
 ProgramRun run(const QStringList& arguments)
 {
     QProcess process;
@@ -47,8 +67,8 @@ ProgramRun run(const QStringList& arguments)
 
 TEST(IPhotoCommands, TreeAsJson)
 {
-    if (!QFileInfo(program()).isExecutable())
-        GTEST_SKIP() << "orv-photos not built";
+    if (!cannotRun().empty())
+        GTEST_SKIP() << cannotRun();
     const ProgramRun result = run({"tree", "--source", "iphoto", "--json"});
     ASSERT_EQ(result.status, 0) << result.err.toStdString();
     const QJsonArray sources = QJsonDocument::fromJson(result.out).object().value("sources").toArray();
@@ -83,8 +103,8 @@ TEST(IPhotoCommands, TreeAsJson)
 
 TEST(IPhotoCommands, TreeAsTextAndUnknownSource)
 {
-    if (!QFileInfo(program()).isExecutable())
-        GTEST_SKIP() << "orv-photos not built";
+    if (!cannotRun().empty())
+        GTEST_SKIP() << cannotRun();
     const ProgramRun text = run({"tree"});
     ASSERT_EQ(text.status, 0) << text.err.toStdString();
     EXPECT_TRUE(text.out.contains("Zoo  [2 fotos]"));
@@ -94,8 +114,8 @@ TEST(IPhotoCommands, TreeAsTextAndUnknownSource)
 
 TEST(IPhotoCommands, ExportAnAlbum)
 {
-    if (!QFileInfo(program()).isExecutable())
-        GTEST_SKIP() << "orv-photos not built";
+    if (!cannotRun().empty())
+        GTEST_SKIP() << cannotRun();
     Scratch scratch;
     const QString out = scratch.path("out");
     const ProgramRun small = run({"export", "--source", "iphoto", "--album", "Zoo", "--size", "16", "--format", "png", "--out", out});
