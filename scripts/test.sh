@@ -34,7 +34,7 @@ echo "== normal build"
 run_suite "$root/build"
 if [ "$quick" -eq 0 ]; then
   echo "== AddressSanitizer + UndefinedBehaviorSanitizer build"
-  export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=0:abort_on_error=1}
+  export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
   export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
   run_suite "$root/build-asan" -DORV_SANITIZE=address,undefined -DORV_BUILD_BENCH=OFF
 fi

@@ -466,8 +466,12 @@ public:
     }
     ~Walker()
     {
-        if (myXml)
-            xmlFreeParserCtxt(myXml);
+        if (!myXml)
+            return;
+        // libxml2 may make a document of its own to keep declared entities in; it is the caller's to free.
+        if (myXml->myDoc)
+            xmlFreeDoc(myXml->myDoc);
+        xmlFreeParserCtxt(myXml);
     }
     Walker(const Walker&) = delete;
     Walker& operator=(const Walker&) = delete;
