@@ -230,6 +230,15 @@ QString toQString(QByteArrayView text, bool present)
     return present ? QStringLiteral("") : QString();
 }
 
+// The epoch plus whole seconds, in local time: what iPhotoEpoch().addSecs gives, for less.
+QDateTime dateAfterEpoch(double wholeSeconds, qint64 epochMSecs)
+{
+    // Beyond some million years QDateTime has no answer.
+    if (std::abs(wholeSeconds) > 1e14)
+        return QDateTime();
+    return QDateTime::fromMSecsSinceEpoch(epochMSecs + qint64(wholeSeconds) * 1000, Qt::LocalTime);
+}
+
 // The file name of a path, as QFileInfo::fileName gives it.
 QString fileNameOf(const QString& path) { return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1); }
 
@@ -912,11 +921,7 @@ private:
 
     QDateTime date(const FotoRecord& record) const
     {
-        // Beyond some million years QDateTime has no answer.
-        if (!record.hasDate || std::abs(record.seconds) > 1e14)
-            return QDateTime();
-        // The epoch plus whole seconds, in local time: what iPhotoEpoch().addSecs gives, for less.
-        return QDateTime::fromMSecsSinceEpoch(myEpochMSecs + qint64(record.seconds) * 1000, Qt::LocalTime);
+        return record.hasDate ? dateAfterEpoch(record.seconds, myEpochMSecs) : QDateTime();
     }
 
     const OrvIPhotoDatabaseParser& myParser;
@@ -1361,17 +1366,7 @@ const QDateTime& OrvIPhotoDatabaseParser::iPhotoEpoch()
 
 QDateTime OrvIPhotoDatabaseParser::fotoDate(QByteArrayView text)
 {
-    return fotoDate(text, iPhotoEpoch().toMSecsSinceEpoch());
-}
-
-QDateTime OrvIPhotoDatabaseParser::fotoDate(QByteArrayView text, qint64 epochMSecs)
-{
-    const double seconds = std::trunc(toDouble(text));
-    // Beyond some million years QDateTime has no answer.
-    if (std::abs(seconds) > 1e14)
-        return QDateTime();
-    // The epoch plus whole seconds, in local time: what iPhotoEpoch().addSecs gives, for less.
-    return QDateTime::fromMSecsSinceEpoch(epochMSecs + qint64(seconds) * 1000, Qt::LocalTime);
+    return dateAfterEpoch(std::trunc(toDouble(text)), iPhotoEpoch().toMSecsSinceEpoch());
 }
 
 int OrvIPhotoDatabaseParser::rating(QByteArrayView text)

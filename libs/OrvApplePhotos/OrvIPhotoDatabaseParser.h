@@ -59,8 +59,6 @@ public:
     static const QDateTime& iPhotoEpoch();
     // The foto date of a "DateAsTimerInterval" text.
     static QDateTime fotoDate(QByteArrayView text);
-    // The same with the epoch's instant already worked out.
-    static QDateTime fotoDate(QByteArrayView text, qint64 epochMSecs);
     // A "Rating" text as a whole number.
     static int rating(QByteArrayView text);
 

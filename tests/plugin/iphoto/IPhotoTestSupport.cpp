@@ -248,21 +248,27 @@ Snapshot snapshot(const OrvExternalAlbumPool& albums, const OrvExternalFotoPool&
     return result;
 }
 
-Snapshot parse(const QByteArray& bytes, const QString& service)
+namespace {
+
+// threads: any document on a second thread and, where it can be, in two halves.
+Snapshot parseWith(const QByteArray& bytes, const QString& service, bool threads, int* readers)
 {
     OrvIPhotoDatabaseParser parser{OrvExternalUrlBuilder(service)};
-    parser.parseData(bytes);
-    return snapshot(parser.albums(), parser.fotos(), parser.persons());
-}
-
-Snapshot parseInHalves(const QByteArray& bytes, int* readers)
-{
-    OrvIPhotoDatabaseParser parser{OrvExternalUrlBuilder(QStringLiteral("iphoto"))};
-    parser.setThresholds(0, 0);
+    if (threads)
+        parser.setThresholds(0, 0);
     parser.parseData(bytes);
     if (readers)
         *readers = parser.readers();
     return snapshot(parser.albums(), parser.fotos(), parser.persons());
+}
+
+} // namespace
+
+Snapshot parse(const QByteArray& bytes, const QString& service) { return parseWith(bytes, service, false, nullptr); }
+
+Snapshot parseInHalves(const QByteArray& bytes, int* readers)
+{
+    return parseWith(bytes, QStringLiteral("iphoto"), true, readers);
 }
 
 Snapshot parseWithDom(const QByteArray& bytes, const QString& service)
