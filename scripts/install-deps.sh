@@ -7,8 +7,8 @@ packages=(
   build-essential cmake ninja-build pkg-config
   # Qt 6 (Core, Gui, Widgets, Xml, Test, private headers for the file engine) and its translation tools
   qt6-base-dev qt6-base-private-dev qt6-l10n-tools qt6-tools-dev-tools libgl-dev
-  # metadata, property lists, XML, cameras
-  libexiv2-dev libplist-dev libxml2-dev libgphoto2-dev
+  # metadata, JPEG decoding, property lists, XML, cameras
+  libexiv2-dev libjpeg62-turbo-dev libplist-dev libxml2-dev libgphoto2-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev libvips-tools libjpeg-turbo-progs python3
   # sanitizers and fuzzing with clang

@@ -4,11 +4,10 @@
 #include "OrvFotoCacheManager.h"
 #include "OrvFotoRetriever.h"
 #include "OrvMediaLoader.h"
+#include "OrvTargetFolder.h"
 
-#include <QBuffer>
 #include <QDir>
-#include <QFile>
-#include <QSaveFile>
+#include <QFileInfo>
 #include <QSet>
 
 #include <memory>
@@ -21,8 +20,8 @@ QString usage()
                           "--format jpeg|png|original --out DIR\n");
 }
 
-// A file name from the foto's name with the format's suffix, not yet used in dir.
-QString uniqueName(const QDir& dir, const OrvExternalFoto& foto, const QString& suffix, QSet<QString>& used)
+// A file name from the foto's name with the format's suffix, not yet used in the folder.
+QString uniqueName(const OrvTargetFolder& folder, const OrvExternalFoto& foto, const QString& suffix, QSet<QString>& used)
 {
     QString base = QFileInfo(foto.name()).completeBaseName();
     QString ending = suffix.isEmpty() ? QFileInfo(foto.name()).suffix() : suffix;
@@ -34,16 +33,10 @@ QString uniqueName(const QDir& dir, const OrvExternalFoto& foto, const QString& 
         base.prepend(QLatin1Char('_'));
     const QString dot = ending.isEmpty() ? QString() : QStringLiteral(".") + ending;
     QString name = base + dot;
-    for (int n = 2; used.contains(name.toLower()) || dir.exists(name); ++n)
+    for (int n = 2; used.contains(name.toLower()) || folder.isTaken(name); ++n)
         name = base + QStringLiteral("-%1").arg(n) + dot;
     used.insert(name.toLower());
     return name;
-}
-
-bool writeFile(const QString& path, const QByteArray& bytes)
-{
-    QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
 }
 
 } // namespace
@@ -111,9 +104,9 @@ int commandExport(const QStringList& arguments)
         return 1;
     }
 
-    QDir dir(outDir);
-    if (!dir.mkpath(QStringLiteral("."))) {
-        err() << "orv-photos export: cannot create " << outDir << "\n";
+    OrvTargetFolder folder(outDir);
+    if (!folder.isOpen()) {
+        err() << "orv-photos export: cannot create " << outDir << ": " << folder.errorString() << "\n";
         return 1;
     }
     const OrvExternalFotoList fotos = database->getExternalDataPoolConst().fotosInAlbum(albumId);
@@ -123,10 +116,11 @@ int commandExport(const QStringList& arguments)
     for (const OrvExternalFoto& foto : fotos) {
         const std::unique_ptr<OrvFotoRetrieverInterface> retriever(database->createRetrieverInterface(foto.id()));
         const std::unique_ptr<OrvFotoRetrieverData> data(retriever ? retriever->retrieve(size) : nullptr);
-        QByteArray bytes;
         OrvMediaFormat writtenFormat = format;
+        OrvTargetFolder::Producer produce;
         if (data && full) {
-            bytes = data->file(format);
+            // The file as asked; stored bytes are streamed, however large.
+            produce = [&](QIODevice* target) { return data->writeFile(format, target); };
         } else if (data) {
             // Pixels of that size, encoded as asked ("original": the stored format where it can be written).
             const OrvFetchDrawableResult result = data->drawable(size);
@@ -135,22 +129,24 @@ int commandExport(const QStringList& arguments)
                 if (writtenFormat != OrvMediaFormat(OrvMediaFormat::Png))
                     writtenFormat = OrvMediaFormat(OrvMediaFormat::Jpeg);
             }
-            QBuffer buffer(&bytes);
-            buffer.open(QIODevice::WriteOnly);
-            if (!result.isValid() || !OrvSingleton<OrvMediaLoader>::instance()->encode(result.drawable(), &buffer, writtenFormat))
-                bytes.clear();
+            if (result.isValid()) {
+                produce = [result, writtenFormat](QIODevice* target) {
+                    return OrvSingleton<OrvMediaLoader>::instance()->encode(result.drawable(), target, writtenFormat);
+                };
+            }
         }
-        if (bytes.isEmpty()) {
-            err() << "orv-photos export: nothing for " << foto.id().toString() << "\n";
-            continue;
-        }
-        const QString name = uniqueName(dir, foto, writtenFormat.isValid() ? writtenFormat.suffix() : QString(), used);
-        if (!writeFile(dir.filePath(name), bytes)) {
-            err() << "orv-photos export: cannot write " << dir.filePath(name) << "\n";
+        const QString name = uniqueName(folder, foto, writtenFormat.isValid() ? writtenFormat.suffix() : QString(), used);
+        if (!produce || !folder.create(name, produce)) {
+            if (produce && folder.writeFailed())
+                err() << "orv-photos export: cannot write " << folder.path() << "/" << name << ": " << folder.errorString() << "\n";
+            else
+                err() << "orv-photos export: nothing for " << foto.id().toString() << "\n";
+            used.remove(name.toLower());
             continue;
         }
         ++written;
     }
-    out() << "wrote " << written << " of " << fotos.size() << " fotos to " << dir.absolutePath() << "\n";
+    const QString shownPath = QFileInfo(outDir).absoluteFilePath();
+    out() << "wrote " << written << " of " << fotos.size() << " fotos to " << QDir::cleanPath(shownPath) << "\n";
     return written == fotos.size() ? 0 : 2;
 }

@@ -4,6 +4,7 @@
 #include "OrvInitializer.h"
 #include "OrvPlatformIndependent.h"
 #include "OrvProgramConfig.h"
+#include "OrvUserFile.h"
 
 #include <QApplication>
 #include <QDir>
@@ -12,8 +13,12 @@
 #include <QJsonDocument>
 #include <QLibrary>
 #include <QLocale>
+#include <QMutex>
+#include <QSet>
 #include <QLoggingCategory>
 #include <QTranslator>
+
+#include <cstdio>
 
 namespace {
 
@@ -39,6 +44,26 @@ void printUsage()
     for (const OrvCommand& command : orvCommands())
         err() << "  " << command.usage << "\n";
     err().flush();
+}
+
+QtMessageHandler previousHandler = nullptr;
+
+// Files refused by the host's file access, each said once, as this program's own line.
+void showRefusedFiles(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (qstrcmp(context.category, "orv.files") != 0) {
+        if (previousHandler)
+            previousHandler(type, context, message);
+        return;
+    }
+    static QMutex mutex;
+    static QSet<QString> said;
+    QMutexLocker locker(&mutex);
+    if (!said.contains(message)) {
+        said.insert(message);
+        // Any thread may log: straight to stderr, not through the main thread's stream.
+        std::fprintf(stderr, "orv-photos: %s\n", message.toLocal8Bit().constData());
+    }
 }
 
 QString defaultPluginPath()
@@ -113,8 +138,14 @@ int main(int argc, char** argv)
             language = value;
         } else if (option == QLatin1String("--photos-library")) {
             // The PhotoKit backend of this build reads the library named here when first asked.
-            QFile description(value);
-            if (!description.open(QIODevice::ReadOnly) || !QJsonDocument::fromJson(description.readAll()).isObject()) {
+            OrvUserFile::Status status = OrvUserFile::NotOpened;
+            const QByteArray description = OrvUserFile::readAll(value, OrvUserFile::LibraryDescription, &status);
+            if (status != OrvUserFile::Ok) {
+                err() << "orv-photos: cannot read " << value << ": "
+                      << OrvUserFile::describe(status, OrvUserFile::LibraryDescription) << "\n";
+                return 1;
+            }
+            if (!QJsonDocument::fromJson(description).isObject()) {
                 err() << "orv-photos: " << value << " is no Photos library description\n";
                 return 1;
             }
@@ -141,14 +172,20 @@ int main(int argc, char** argv)
         return 1;
     }
 
-    // The sources' debug lines are for developers; --verbose shows them.
+    // The sources' debug lines are for developers; --verbose shows them. A file
+    // that a library names but that cannot be read is the user's business: one line each.
     if (!verbose && qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
-        QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
+        QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\norv.files.debug=true"));
+    previousHandler = qInstallMessageHandler(showRefusedFiles);
     OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
     QLibrary plugin(pluginPath);
-    if (!QFileInfo(pluginPath).isFile() || !plugin.load()) {
-        err() << "orv-photos: cannot load plug-in " << pluginPath << ": "
-              << (QFileInfo(pluginPath).isFile() ? plugin.errorString() : QStringLiteral("no such file")) << "\n";
+    const QFileInfo pluginFile(pluginPath);
+    if (!pluginFile.isFile() || !plugin.load()) {
+        const QString reason = pluginFile.isFile() ? plugin.errorString()
+            : pluginFile.isDir()                   ? QStringLiteral("is a folder")
+            : pluginFile.exists()                  ? QStringLiteral("not a regular file")
+                                                   : QStringLiteral("no such file");
+        err() << "orv-photos: cannot load plug-in " << pluginPath << ": " << reason << "\n";
         return 2;
     }
     // The plug-in's texts are German; it carries its English catalogue.

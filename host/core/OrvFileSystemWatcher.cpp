@@ -20,7 +20,8 @@ void OrvFileSystemWatcher::addFile(const QFileInfo& file, OrvFileSystemWatcherAt
     // A file that does not exist yet cannot be watched; its folder can.
     if (path.isEmpty())
         return;
-    if (file.exists())
+    // A file that cannot be read cannot be watched either (and Qt would warn).
+    if (file.exists() && file.isReadable())
         myWatcher->addPath(path);
     else if (QFileInfo(file.absolutePath()).isDir())
         myWatcher->addPath(file.absolutePath());

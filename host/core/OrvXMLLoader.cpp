@@ -1,10 +1,10 @@
 #include "OrvXMLLoader.h"
 
+#include "OrvUserFile.h"
 #include "OrvXmlRepair.h"
 
 #include <QDebug>
 #include <QDomDocument>
-#include <QFile>
 #include <QXmlStreamReader>
 
 namespace {
@@ -46,14 +46,15 @@ bool isSafeForDom(const QByteArray& bytes, const QString& path)
 
 QDomElement OrvXMLLoader::loadDocumentElement(const QFileInfo& file)
 {
-    QFile in(file.absoluteFilePath());
-    if (!in.open(QIODevice::ReadOnly)) {
+    OrvUserFile::Status status = OrvUserFile::NotOpened;
+    const QByteArray original = OrvUserFile::readAll(file.absoluteFilePath(), OrvUserFile::LibraryFile, &status);
+    if (status != OrvUserFile::Ok) {
         qDebug() << "OrvXMLLoader: cannot open" << file.absoluteFilePath();
         return {};
     }
     // Some writers left bare "&" and NUL bytes in their files; mend those, parse the rest strictly.
     qsizetype repairs = 0;
-    const QByteArray bytes = OrvXmlRepair::repaired(in.readAll(), &repairs);
+    const QByteArray bytes = OrvXmlRepair::repaired(original, &repairs);
     if (repairs > 0)
         qDebug() << "OrvXMLLoader: repaired" << repairs << "defects in" << file.absoluteFilePath();
     if (!isSafeForDom(bytes, file.absoluteFilePath()))

@@ -1,4 +1,5 @@
 #include "OrvFotoRegistries.h"
+#include "OrvUserFile.h"
 
 #include "OrvExternalDatabase.h"
 #include "OrvNativeMetaData.h"
@@ -7,7 +8,6 @@
 #include <QDateTime>
 #include <QDebug>
 #include <QDir>
-#include <QFile>
 
 // ---- database factory
 
@@ -176,11 +176,11 @@ bool OrvFotoListRegistryEntry::readListFromDisk()
 {
     if (!myState)
         return false;
-    QFile file(myState->path);
-    // Foto lists are small; anything huge is not one.
-    if (!file.open(QIODevice::ReadOnly) || file.size() > 64 * 1024 * 1024)
+    OrvUserFile::Status status = OrvUserFile::NotOpened;
+    const QByteArray bytes = OrvUserFile::readAll(myState->path, OrvUserFile::FotoList, &status);
+    if (status != OrvUserFile::Ok)
         return false;
-    const QList<QByteArray> lines = file.readAll().split('\n');
+    const QList<QByteArray> lines = bytes.split('\n');
     if (lines.isEmpty() || lines.first().trimmed() != "#orv-fotolist 1") {
         qDebug() << "not a foto list:" << myState->path;
         return false;

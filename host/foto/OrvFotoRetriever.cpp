@@ -5,11 +5,10 @@
 #include "OrvFotoRegistries.h"
 #include "OrvMediaLoader.h"
 #include "OrvNativeMetaData.h"
+#include "OrvUserFile.h"
 
 #include <QBuffer>
 #include <QDebug>
-#include <QFile>
-#include <QImageReader>
 
 OrvFotoRetrieverInterface::~OrvFotoRetrieverInterface() = default;
 
@@ -47,26 +46,25 @@ OrvNativeMetaDataExiv2* OrvFotoRetrieverData::createNativeMetaData() const
     return new OrvNativeMetaDataExiv2(cached);
 }
 
+bool OrvFotoRetrieverData::isStoredFormat(const OrvMediaFormat& format) const
+{
+    return !format.isValid() || format == myDescriptor.format();
+}
+
 QByteArray OrvFotoRetrieverData::convertThisFileToFormat(const OrvMediaFormat& format)
 {
     if (!myDescriptor.isValid())
         return {};
-    QFile in(myDescriptor.fileInfo().absoluteFilePath());
-    if (!in.open(QIODevice::ReadOnly)) {
-        qDebug() << "cannot read" << in.fileName();
-        return {};
-    }
-    const QByteArray original = in.readAll();
-    const OrvMediaFormat stored = myDescriptor.format();
-    if (!format.isValid() || format == stored)
+    const QString path = myDescriptor.fileInfo().absoluteFilePath();
+    const QByteArray original = OrvUserFile::readAll(path, OrvUserFile::Image);
+    if (original.isEmpty() || isStoredFormat(format))
         return original;
-    // Recode from the stored pixels (not rotated: the tag travels with the metadata).
+    // Recode from the stored pixels (not rotated: the tag travels with the
+    // metadata), decoded by the same loader, with the same checks, as any bitmap.
     QBuffer source;
     source.setData(original);
     source.open(QIODevice::ReadOnly);
-    QImageReader reader(&source);
-    reader.setAutoTransform(false);
-    const QImage image = reader.read();
+    const QImage image = mediaLoader()->load(&source, QSize(), nullptr, OrvMediaLoader::KeepStored);
     if (image.isNull())
         return {};
     QByteArray bytes;
@@ -78,6 +76,41 @@ QByteArray OrvFotoRetrieverData::convertThisFileToFormat(const OrvMediaFormat& f
     if (metaData.isValid())
         metaData.store(&buffer);
     return buffer.data();
+}
+
+bool OrvFotoRetrieverData::writeFile(const OrvMediaFormat& format, QIODevice* target)
+{
+    const QByteArray bytes = file(format);
+    return target && !bytes.isEmpty() && target->write(bytes) == bytes.size();
+}
+
+bool OrvFotoRetrieverData::copyThisFile(QIODevice* target, const QList<OrvExifOrientation::Patch>& patches) const
+{
+    if (!myDescriptor.isValid() || !target)
+        return false;
+    OrvUserFile in(myDescriptor.fileInfo().absoluteFilePath(), OrvUserFile::Media);
+    if (!in.open())
+        return false;
+    QByteArray chunk(1024 * 1024, Qt::Uninitialized);
+    qint64 offset = 0;
+    for (;;) {
+        const qint64 got = in.readAt(offset, chunk.data(), chunk.size());
+        if (got < 0)
+            return false;
+        if (got == 0)
+            break;
+        for (const OrvExifOrientation::Patch& patch : patches) {
+            for (qsizetype i = 0; i < patch.bytes.size(); ++i) {
+                const qint64 at = patch.offset + i - offset;
+                if (at >= 0 && at < got)
+                    chunk[qsizetype(at)] = patch.bytes.at(i);
+            }
+        }
+        if (target->write(chunk.constData(), got) != got)
+            return false;
+        offset += got;
+    }
+    return offset > 0;
 }
 
 OrvFotoRetrieverDataFileInfo::OrvFotoRetrieverDataFileInfo(const OrvMediaDescriptor& descriptor)
@@ -98,6 +131,11 @@ OrvFetchDrawableResult OrvFotoRetrieverDataFileInfo::drawable(const QSize& size)
 }
 
 QByteArray OrvFotoRetrieverDataFileInfo::file(const OrvMediaFormat& format) { return convertThisFileToFormat(format); }
+
+bool OrvFotoRetrieverDataFileInfo::writeFile(const OrvMediaFormat& format, QIODevice* target)
+{
+    return isStoredFormat(format) ? copyThisFile(target) : OrvFotoRetrieverData::writeFile(format, target);
+}
 
 OrvFoto OrvFotoRetrieverDataFileInfo::foto() const { return OrvFoto(myDescriptor); }
 

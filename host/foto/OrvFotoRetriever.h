@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OrvDrawable.h"
+#include "OrvExifOrientation.h"
 #include "OrvExternalId.h"
 #include "OrvFoto.h"
 #include "OrvFotoMetaData.h"
@@ -8,6 +9,7 @@
 #include "OrvMediaFormat.h"
 
 #include <QByteArray>
+#include <QIODevice>
 #include <QSize>
 
 class OrvMediaLoader;
@@ -53,6 +55,10 @@ public:
     // Decodes the full-size pixels and encodes them in format.
     virtual QByteArray recodedFile(const OrvMediaFormat& format);
     virtual OrvFoto foto() const = 0;
+    // Writes what file(format) gives into target. Bytes copied as stored go in
+    // chunks, so a movie of gigabytes costs no more memory than a thumbnail.
+    // False when nothing, or not all of it, could be written.
+    virtual bool writeFile(const OrvMediaFormat& format, QIODevice* target);
 
     OrvMediaLoader* mediaLoader() const;
     // Metadata of the file behind this retriever (or of the cached record when
@@ -60,6 +66,11 @@ public:
     OrvNativeMetaDataExiv2* createNativeMetaData() const;
     // The file's bytes when it is in format (or format is invalid), else recoded with its metadata kept.
     QByteArray convertThisFileToFormat(const OrvMediaFormat& format);
+    // Whether format asks for the file as it is stored.
+    bool isStoredFormat(const OrvMediaFormat& format) const;
+    // Copies the file behind this retriever into target in chunks, with the
+    // patches applied in passing. False for no file, an empty one or a failed write.
+    bool copyThisFile(QIODevice* target, const QList<OrvExifOrientation::Patch>& patches = {}) const;
     const OrvMediaDescriptor& descriptor() const { return myDescriptor; }
 
 protected:
@@ -74,6 +85,7 @@ public:
     OrvFetchDrawableResult drawable(const QSize& size) override;
     QByteArray file(const OrvMediaFormat& format) override;
     OrvFoto foto() const override;
+    bool writeFile(const OrvMediaFormat& format, QIODevice* target) override;
 };
 
 // Metadata of one foto.

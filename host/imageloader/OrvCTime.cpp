@@ -1,4 +1,5 @@
 #include "OrvCTime.h"
+#include "OrvUserFile.h"
 
 #include <QDebug>
 #include <QFile>
@@ -7,11 +8,12 @@ bool OrvCTime::writeTo(const QString& path) const
 {
     if (!myTime.isValid() || path.isEmpty())
         return false;
-    QFile file(path);
     // Read-only is enough: changing times needs ownership, not write access,
     // and an open for writing would look like a modification to watchers.
-    if (!file.open(QIODevice::ReadOnly | QIODevice::ExistingOnly)) {
-        qDebug() << "OrvCTime: cannot open" << path << file.errorString();
+    OrvUserFile opened(path, OrvUserFile::Media);
+    QFile file;
+    if (!opened.open() || !file.open(opened.handle(), QIODevice::ReadOnly, QFileDevice::DontCloseHandle)) {
+        qDebug() << "OrvCTime: cannot open" << path << opened.reason();
         return false;
     }
     const bool ok = file.setFileTime(myTime, QFileDevice::FileModificationTime)

@@ -1,10 +1,13 @@
 #include "OrvMediaLoader.h"
 #include "OrvColorProfileConverter.h"
+#include "OrvExifOrientation.h"
+#include "OrvJpegDecoder.h"
 #include "OrvNativeMetaData.h"
+#include "OrvUserFile.h"
 
 #include <QBuffer>
 #include <QDebug>
-#include <QFile>
+#include <QTransform>
 #include <QImageReader>
 #include <QImageWriter>
 
@@ -12,73 +15,109 @@
 
 namespace {
 
-// Reading a whole file into memory for a thumbnail is fine up to here; beyond
-// it the reader streams from the file and truncation goes unnoticed.
+// Files up to this size are read whole and decoded from memory; larger ones
+// (a TIFF of a medium-format scan) are decoded from the file.
 const qint64 kMaxInMemoryBytes = 512LL * 1024 * 1024;
-
-// The JPEG reader pads a cut-off file with an end marker, warns and returns a
-// half grey picture as success. Reading from a buffer it takes all bytes at
-// once and seeks to the end; it seeks there once more when it finishes. A
-// further seek to the end while already there means it asked for more bytes
-// than the file has, which is what this counts.
-class EndWatchingBuffer : public QBuffer
-{
-public:
-    explicit EndWatchingBuffer(const QByteArray& bytes) { setData(bytes); }
-
-    void resetWatch() { myEndSeeks = 0; }
-    bool ranOut() const { return myEndSeeks > 1; }
-
-    bool seek(qint64 position) override
-    {
-        if (position >= size() && pos() >= size())
-            ++myEndSeeks;
-        return QBuffer::seek(position);
-    }
-
-private:
-    int myEndSeeks = 0;
-};
-
-bool swapsAxes(QImageIOHandler::Transformations transformation)
-{
-    return transformation.testFlag(QImageIOHandler::TransformationRotate90);
-}
 
 bool isUsable(const QSize& size) { return size.isValid() && !size.isEmpty(); }
 
-QImage decode(QImageReader& reader, const QSize& boundingSize, OrvMetaData* colorInfo, const QString& origin,
-              EndWatchingBuffer* watch)
+bool exceedsPixelBound(const QSize& size, const QString& origin)
 {
-    reader.setAutoTransform(true);
-    const bool scale = isUsable(boundingSize);
-    if (scale) {
-        // size() only parses the header. The scaled size applies to the stored
-        // pixels, before the EXIF rotation, so fit in display orientation and
-        // hand the reader the stored one. With a scaled size the JPEG reader
-        // decodes at the nearest larger 1/8 step (DCT scaling) and smooths the
-        // rest; the default quality keeps that last step a smooth one.
-        const QSize stored = reader.size();
-        if (isUsable(stored)) {
-            const bool swap = swapsAxes(reader.transformation());
-            const QSize shown = swap ? stored.transposed() : stored;
-            const QSize target = OrvMediaLoader::fittedSize(shown, boundingSize);
-            if (target != shown)
-                reader.setScaledSize(swap ? target.transposed() : target);
-        }
-    }
+    if (!isUsable(size) || qint64(size.width()) * size.height() <= OrvMediaLoader::maxPixels)
+        return false;
+    qDebug() << "OrvMediaLoader: refusing" << size.width() << "x" << size.height() << "pixels of" << origin;
+    return true;
+}
 
-    // Asked now: once a reader has finished it no longer names its format.
-    const bool isJpeg = watch && reader.format() == "jpeg";
-    if (watch)
-        watch->resetWatch();
+// The EXIF orientations as Qt's readers apply them: mirror first, then turn.
+QImage oriented(const QImage& image, int orientation)
+{
+    switch (orientation) {
+    case 2:
+        return image.mirrored(true, false);
+    case 3:
+        return image.mirrored(true, true);
+    case 4:
+        return image.mirrored(false, true);
+    case 5:
+        return image.mirrored(false, true).transformed(QTransform().rotate(90));
+    case 6:
+        return image.transformed(QTransform().rotate(90));
+    case 7:
+        return image.mirrored(true, false).transformed(QTransform().rotate(90));
+    case 8:
+        return image.transformed(QTransform().rotate(270));
+    default:
+        return image;
+    }
+}
+
+// Where the bytes come from: memory, or a file opened through OrvUserFile.
+struct Source
+{
+    QByteArray bytes;
+    OrvUserFile* file = nullptr;
+    QString origin;
+
+    QByteArray head(qint64 size) const
+    {
+        if (!file)
+            return bytes.left(qsizetype(size));
+        QByteArray result(qsizetype(size), Qt::Uninitialized);
+        const qint64 got = file->readAt(0, result.data(), size);
+        result.resize(qsizetype(qMax<qint64>(0, got)));
+        return result;
+    }
+};
+
+QImage decodeJpeg(const Source& source, const QSize& boundingSize, OrvMediaLoader::Orientation orientation)
+{
+    OrvJpegDecoder decoder = source.file ? OrvJpegDecoder(source.file) : OrvJpegDecoder(source.bytes);
+    if (!decoder.readHeader()) {
+        qDebug() << "OrvMediaLoader: cannot decode" << source.origin << decoder.errorString();
+        return QImage();
+    }
+    const QSize stored = decoder.storedSize();
+    if (exceedsPixelBound(stored, source.origin))
+        return QImage();
+    const int turn = orientation == OrvMediaLoader::ShowOriented ? decoder.orientation() : 1;
+    const bool swap = OrvExifOrientation::swapsAxes(turn);
+    QSize scaled;
+    if (isUsable(boundingSize)) {
+        const QSize shown = swap ? stored.transposed() : stored;
+        const QSize target = OrvMediaLoader::fittedSize(shown, boundingSize);
+        if (target != shown)
+            scaled = swap ? target.transposed() : target;
+    }
+    const QImage image = decoder.read(scaled);
+    if (image.isNull()) {
+        qDebug() << "OrvMediaLoader: cannot decode" << source.origin << decoder.errorString();
+        return QImage();
+    }
+    return oriented(image, turn);
+}
+
+QImage decodeWithQt(QImageReader& reader, const QSize& boundingSize, OrvMediaLoader::Orientation orientation,
+                    const QString& origin)
+{
+    reader.setAutoTransform(orientation == OrvMediaLoader::ShowOriented);
+    // size() only parses the header: big enough to refuse before anything is allocated.
+    const QSize stored = reader.size();
+    if (exceedsPixelBound(stored, origin))
+        return QImage();
+    const bool scale = isUsable(boundingSize);
+    if (scale && isUsable(stored)) {
+        // The scaled size applies to the stored pixels, before the rotation.
+        const bool swap = orientation == OrvMediaLoader::ShowOriented
+            && reader.transformation().testFlag(QImageIOHandler::TransformationRotate90);
+        const QSize shown = swap ? stored.transposed() : stored;
+        const QSize target = OrvMediaLoader::fittedSize(shown, boundingSize);
+        if (target != shown)
+            reader.setScaledSize(swap ? target.transposed() : target);
+    }
     QImage image;
     if (!reader.read(&image) || image.isNull()) {
         qDebug() << "OrvMediaLoader: cannot decode" << origin << reader.errorString();
-        return QImage();
-    }
-    if (isJpeg && watch->ranOut()) {
-        qDebug() << "OrvMediaLoader: truncated JPEG" << origin;
         return QImage();
     }
     // Readers that report no size beforehand got no scaled size.
@@ -87,26 +126,44 @@ QImage decode(QImageReader& reader, const QSize& boundingSize, OrvMetaData* colo
         if (target != image.size())
             image = image.scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     }
-    if (colorInfo && image.colorSpace().isValid())
+    return image;
+}
+
+// One way for every decode, sized or not: the same checks on every path.
+QImage decode(const Source& source, const QSize& boundingSize, OrvMetaData* colorInfo,
+              OrvMediaLoader::Orientation orientation)
+{
+    const QByteArray head = source.head(16);
+    if (head.isEmpty())
+        return QImage();
+    QImage image;
+    if (OrvJpegDecoder::isJpeg(head.constData(), head.size())) {
+        image = decodeJpeg(source, boundingSize, orientation);
+    } else if (source.file) {
+        source.file->seek(0);
+        QImageReader reader(source.file);
+        image = decodeWithQt(reader, boundingSize, orientation, source.origin);
+    } else {
+        QBuffer buffer;
+        buffer.setData(source.bytes);
+        buffer.open(QIODevice::ReadOnly);
+        QImageReader reader(&buffer);
+        image = decodeWithQt(reader, boundingSize, orientation, source.origin);
+    }
+    if (!image.isNull() && colorInfo && image.colorSpace().isValid())
         colorInfo->setColorSpace(image.colorSpace());
     return image;
 }
 
-// The decoders read from memory without copying chunks around and we can tell
-// a cut-off file; the reader detects the format from the content, so a wrong
-// suffix does no harm.
-QImage decodeBytes(const QByteArray& bytes, const QSize& boundingSize, OrvMetaData* colorInfo, const QString& origin)
-{
-    if (bytes.isEmpty())
-        return QImage();
-    EndWatchingBuffer buffer(bytes);
-    if (!buffer.open(QIODevice::ReadOnly))
-        return QImage();
-    QImageReader reader(&buffer);
-    return decode(reader, boundingSize, colorInfo, origin, &buffer);
-}
-
 } // namespace
+
+OrvMediaLoader::OrvMediaLoader()
+{
+    // Qt refuses images above 128 MB by default, a 54-megapixel photo among
+    // them. Every image within the pixel bound must decode, even at 8 bytes a
+    // pixel (16-bit formats); the bound itself is checked before decoding.
+    QImageReader::setAllocationLimit(int(maxPixels * 8 / (1024 * 1024)) + 64);
+}
 
 bool OrvMediaLoader::isSupportedFormat(const OrvMediaFormat& format) const
 {
@@ -120,41 +177,50 @@ bool OrvMediaLoader::isSupportedFormat(const OrvMediaFormat& format) const
     return format.code() == OrvMediaFormat::Heic && supported.contains("heif");
 }
 
-QImage OrvMediaLoader::load(const QString& path, const QSize& boundingSize, OrvMetaData* colorInfo) const
+QImage OrvMediaLoader::load(const QString& path, const QSize& boundingSize, OrvMetaData* colorInfo,
+                           Orientation orientation) const
 {
-    // Opening a FIFO or a device would block until someone writes to it.
-    if (path.isEmpty() || !QFileInfo(path).isFile())
+    OrvUserFile file(path, OrvUserFile::Image);
+    if (!file.open())
         return QImage();
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        qDebug() << "OrvMediaLoader: cannot open" << path << file.errorString();
-        return QImage();
+    Source source;
+    source.origin = path;
+    source.file = &file;
+    char head[4] = {};
+    const qint64 got = file.readAt(0, head, sizeof head);
+    // JPEG reads its file in chunks anyway; other formats decode faster from memory.
+    if (!OrvJpegDecoder::isJpeg(head, got) && file.size() <= kMaxInMemoryBytes) {
+        source.bytes = file.readWhole();
+        source.file = nullptr;
+        if (source.bytes.isEmpty())
+            return QImage();
     }
-    const qint64 size = file.size();
-    if (size <= 0 || file.isSequential() || size > kMaxInMemoryBytes) {
-        QImageReader reader(&file);
-        return decode(reader, boundingSize, colorInfo, path, nullptr);
-    }
-    QByteArray bytes(qsizetype(size), Qt::Uninitialized);
-    if (file.read(bytes.data(), size) != size) {
-        qDebug() << "OrvMediaLoader: cannot read" << path << file.errorString();
-        return QImage();
-    }
-    file.close();
-    return decodeBytes(bytes, boundingSize, colorInfo, path);
+    return decode(source, boundingSize, colorInfo, orientation);
 }
 
-QImage OrvMediaLoader::load(QIODevice* device, const QSize& boundingSize, OrvMetaData* colorInfo) const
+QImage OrvMediaLoader::load(QIODevice* device, const QSize& boundingSize, OrvMetaData* colorInfo,
+                           Orientation orientation) const
 {
     if (!device || !device->isReadable())
         return QImage();
-    // A buffer's bytes are shared, not copied.
-    if (auto* buffer = qobject_cast<QBuffer*>(device); buffer && buffer->pos() == 0)
-        return decodeBytes(buffer->data(), boundingSize, colorInfo, QStringLiteral("buffer"));
-    if (!device->isSequential() && device->bytesAvailable() <= kMaxInMemoryBytes)
-        return decodeBytes(device->readAll(), boundingSize, colorInfo, QStringLiteral("device"));
-    QImageReader reader(device);
-    return decode(reader, boundingSize, colorInfo, QStringLiteral("device"), nullptr);
+    Source source;
+    source.origin = QStringLiteral("device");
+    if (auto* file = qobject_cast<OrvUserFile*>(device)) {
+        source.file = file;
+        source.origin = file->path();
+    } else if (auto* buffer = qobject_cast<QBuffer*>(device); buffer && buffer->pos() == 0) {
+        // A buffer's bytes are shared, not copied.
+        source.bytes = buffer->data();
+    } else if (!device->isSequential() && device->bytesAvailable() <= kMaxInMemoryBytes) {
+        source.bytes = device->readAll();
+    } else {
+        QImageReader reader(device);
+        QImage image = decodeWithQt(reader, boundingSize, orientation, source.origin);
+        if (!image.isNull() && colorInfo && image.colorSpace().isValid())
+            colorInfo->setColorSpace(image.colorSpace());
+        return image;
+    }
+    return decode(source, boundingSize, colorInfo, orientation);
 }
 
 OrvDrawable OrvMediaLoader::loadDrawable(const OrvMediaDescriptor& descriptor, const QSize& boundingSize) const
@@ -171,13 +237,23 @@ OrvDrawable OrvMediaLoader::loadDrawable(const OrvMediaDescriptor& descriptor, c
 
 QSize OrvMediaLoader::imageSize(const QString& path) const
 {
-    if (path.isEmpty() || !QFileInfo(path).isFile())
+    OrvUserFile file(path, OrvUserFile::Image);
+    if (!file.open())
         return QSize();
-    QImageReader reader(path);
+    char head[4] = {};
+    if (file.readAt(0, head, sizeof head) == qint64(sizeof head) && OrvJpegDecoder::isJpeg(head, sizeof head)) {
+        OrvJpegDecoder decoder(&file);
+        if (decoder.readHeader()) {
+            const QSize stored = decoder.storedSize();
+            return OrvExifOrientation::swapsAxes(decoder.orientation()) ? stored.transposed() : stored;
+        }
+        return QSize();
+    }
+    QImageReader reader(&file);
     reader.setAutoTransform(true);
     const QSize stored = reader.size();
     if (isUsable(stored))
-        return swapsAxes(reader.transformation()) ? stored.transposed() : stored;
+        return reader.transformation().testFlag(QImageIOHandler::TransformationRotate90) ? stored.transposed() : stored;
     // Formats Qt cannot read (raw, HEIC without a plug-in) often state it in their metadata.
     const QSize fromMetaData = OrvNativeMetaDataExiv2(QFileInfo(path)).metaData().preferredSize();
     return isUsable(fromMetaData) ? fromMetaData : QSize();

@@ -23,12 +23,24 @@ class OrvMediaLoader : public OrvMediaLoaderAbstract, public OrvSingleton<OrvMed
 public:
     bool isSupportedFormat(const OrvMediaFormat& format) const override;
 
-    // Decodes for display: EXIF orientation applied, scaled to fit into
-    // boundingSize keeping the aspect ratio (never enlarged). An invalid or empty
-    // bounding size decodes at full size. Decoders that can decode at a reduced
-    // scale (JPEG) do so instead of decoding the full image. Null on failure.
-    QImage load(const QString& path, const QSize& boundingSize, OrvMetaData* colorInfo = nullptr) const;
-    QImage load(QIODevice* device, const QSize& boundingSize, OrvMetaData* colorInfo = nullptr) const;
+    // Images above this many pixels are refused before anything is decoded:
+    // four times the largest camera sensors (100 to 150 megapixels), and what
+    // a 20000x20000 panorama has. Up to it every image decodes at full size.
+    static constexpr qint64 maxPixels = 400'000'000;
+
+    // ShowOriented applies the EXIF orientation, KeepStored gives the pixels as stored.
+    enum Orientation { ShowOriented, KeepStored };
+
+    // Decodes, scaled to fit into boundingSize keeping the aspect ratio (never
+    // enlarged); an invalid or empty bounding size decodes at full size.
+    // Decoders that can decode at a reduced scale (JPEG) do so instead of
+    // decoding the full image. Null on failure, and for images that end early,
+    // carry broken data or exceed maxPixels: sized or not, every path refuses
+    // the same images.
+    QImage load(const QString& path, const QSize& boundingSize, OrvMetaData* colorInfo = nullptr,
+                Orientation orientation = ShowOriented) const;
+    QImage load(QIODevice* device, const QSize& boundingSize, OrvMetaData* colorInfo = nullptr,
+                Orientation orientation = ShowOriented) const;
     OrvDrawable loadDrawable(const OrvMediaDescriptor& descriptor, const QSize& boundingSize) const;
 
     // Pixel size as displayed (orientation applied) without decoding; invalid on failure.
@@ -43,5 +55,5 @@ public:
 
 private:
     friend class OrvSingleton<OrvMediaLoader>;
-    OrvMediaLoader() = default;
+    OrvMediaLoader();
 };

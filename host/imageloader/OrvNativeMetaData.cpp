@@ -1,4 +1,5 @@
 #include "OrvNativeMetaData.h"
+#include "OrvExiv2UserFileIo.h"
 
 #include <QDebug>
 #include <QFile>
@@ -293,13 +294,16 @@ OrvNativeMetaDataExiv2::OrvNativeMetaDataExiv2(const QFileInfo& file, const QByt
 OrvNativeMetaDataExiv2::OrvNativeMetaDataExiv2(const QFileInfo& file) : d(new Private)
 {
     d->fileName = file.fileName();
-    // An absolute path keeps Exiv2 from treating the name as a URL.
     const QString path = file.absoluteFilePath();
-    if (!file.isFile() || !file.isReadable() || file.size() == 0)
+    if (file.filePath().isEmpty())
         return;
     ensureExiv2();
     try {
-        auto image = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString(), false);
+        Exiv2::BasicIo::AutoPtr io(new OrvExiv2UserFileIo(path));
+        if (io->open() != 0 || io->size() == 0)
+            return;
+        io->close();
+        auto image = Exiv2::ImageFactory::open(io);
         if (image.get())
             d->read(*image);
     } catch (const std::exception& e) {

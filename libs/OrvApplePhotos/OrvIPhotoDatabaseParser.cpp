@@ -2,10 +2,10 @@
 
 #include "OrvExternalMonthSynthesizer.h"
 
+#include "OrvUserFile.h"
 #include "OrvXmlRepair.h"
 
 #include <QDebug>
-#include <QFile>
 
 #include <libxml/parser.h>
 #include <pthread.h>
@@ -1036,23 +1036,14 @@ bool startThread(pthread_t* thread, std::function<void()>* body)
 void OrvIPhotoDatabaseParser::parse(const QFileInfo& file)
 {
     fillAlbumTypes();
-    QFile in(file.absoluteFilePath());
-    if (file.filePath().isEmpty() || !in.open(QIODevice::ReadOnly) || in.handle() < 0) {
+    OrvUserFile in(file.absoluteFilePath(), OrvUserFile::LibraryFile);
+    if (file.filePath().isEmpty() || !in.open()) {
         qDebug() << "OrvIPhotoDatabaseParser: cannot open" << file.filePath();
         return;
     }
-    const int fd = in.handle();
-    parseInput(in.size(), [fd](qint64 offset, char* buffer, qint64 size) {
-                    qint64 done = 0;
-                    while (done < size) {
-                        const ssize_t got = ::pread(fd, buffer + done, size_t(size - done), off_t(offset + done));
-                        if (got < 0 && errno == EINTR)
-                            continue;
-                        if (got <= 0)
-                            break;
-                        done += got;
-                    }
-                    return done;
+    // Reads may run on two threads at once: positioned reads share no offset.
+    parseInput(in.size(), [&in](qint64 offset, char* buffer, qint64 size) {
+                    return qMax<qint64>(0, in.readAt(offset, buffer, size));
                 });
 }
 

@@ -1,9 +1,9 @@
 // Reading a simulated Photos library from its description file (README.md).
 
 #include "OrvPhotoKitSimLibrary.h"
+#include "OrvUserFile.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QJsonArray>
@@ -105,7 +105,8 @@ bool readAsset(const QJsonObject& object, const QDir& base, AssetSpec* asset, QS
         if (resource.filePath.isEmpty())
             continue;
         // The size of the first image file, as stored (Photos reports it so).
-        const QSize size = QImageReader(resource.filePath).size();
+        OrvUserFile image(resource.filePath, OrvUserFile::Image);
+        const QSize size = image.open() ? QImageReader(&image).size() : QSize();
         if (size.isValid()) {
             asset->pixelWidth = size.width();
             asset->pixelHeight = size.height();
@@ -156,13 +157,14 @@ bool readCollection(const QJsonObject& object, const QString& parent, QList<Coll
 
 std::shared_ptr<Library> Library::loadDescription(const QString& path, QString* error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        fail(error, file.errorString());
+    OrvUserFile file(path, OrvUserFile::LibraryDescription);
+    const QByteArray bytes = file.open() ? file.readWhole() : QByteArray();
+    if (file.status() != OrvUserFile::Ok) {
+        fail(error, file.reason());
         return nullptr;
     }
     QJsonParseError parseError;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &parseError);
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &parseError);
     if (document.isNull() || !document.isObject()) {
         fail(error, parseError.error != QJsonParseError::NoError ? parseError.errorString() : QStringLiteral("not an object"));
         return nullptr;

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QIODevice>
+#include <QString>
+
+#include <functional>
+
+// A folder that a user named as the target of an export or a download: the
+// only place this project writes to. A file is created only directly inside
+// it, never through a link (a link planted at a name, even one to a missing
+// file, makes the name taken), never over something that exists, and appears
+// under its name only when complete: it is written to a hidden temporary file
+// in the folder first and linked into place, so a failed write (a full disk)
+// leaves nothing behind.
+class OrvTargetFolder
+{
+public:
+    // Opens path, creating it (and its parents) when it does not exist yet.
+    explicit OrvTargetFolder(const QString& path);
+    ~OrvTargetFolder();
+    OrvTargetFolder(const OrvTargetFolder&) = delete;
+    OrvTargetFolder& operator=(const OrvTargetFolder&) = delete;
+
+    bool isOpen() const { return myFd >= 0; }
+    QString path() const { return myPath; }
+    QString errorString() const { return myError; }
+    // Whether the last create failed in writing (a full disk), not in what it was given.
+    bool writeFailed() const { return myWriteFailed; }
+
+    // Whether anything (file, folder, link, even a dangling one) has this name.
+    bool isTaken(const QString& name) const;
+    // A name of one path component that can be created in a folder.
+    static bool isValidName(const QString& name);
+
+    // Creates name with what produce writes into the device it is given. False
+    // when the name is invalid or taken, produce returns false or writing fails;
+    // then nothing is left in the folder.
+    using Producer = std::function<bool(QIODevice*)>;
+    bool create(const QString& name, const Producer& produce);
+    bool create(const QString& name, const QByteArray& bytes);
+
+private:
+    QString myPath;
+    QString myError;
+    bool myWriteFailed = false;
+    int myFd = -1;
+};

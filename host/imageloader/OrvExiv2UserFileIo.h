@@ -1,0 +1,48 @@
+#pragma once
+
+#include "OrvUserFile.h"
+
+// Exiv2 0.27 still hands out std::auto_ptr.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+#include <exiv2/exiv2.hpp>
+#pragma GCC diagnostic pop
+
+// Exiv2's view of a file opened through OrvUserFile, read-only. Exiv2's own
+// file access opens by name and would wait on a named pipe or read a device
+// without end; this one reads only what the metadata needs, and maps the file
+// (read-only, shared with the page cache) where a format parser wants it whole.
+class OrvExiv2UserFileIo : public Exiv2::BasicIo
+{
+public:
+    explicit OrvExiv2UserFileIo(const QString& path);
+    ~OrvExiv2UserFileIo() override;
+
+    int open() override;
+    int close() override;
+    long write(const Exiv2::byte* data, long count) override;
+    long write(Exiv2::BasicIo& source) override;
+    int putb(Exiv2::byte data) override;
+    Exiv2::DataBuf read(long count) override;
+    long read(Exiv2::byte* buffer, long count) override;
+    int getb() override;
+    void transfer(Exiv2::BasicIo& source) override;
+    int seek(long offset, Position from) override;
+    Exiv2::byte* mmap(bool isWriteable = false) override;
+    int munmap() override;
+    long tell() const override;
+    size_t size() const override;
+    bool isopen() const override;
+    int error() const override;
+    bool eof() const override;
+    std::string path() const override;
+
+private:
+    OrvUserFile myFile;
+    std::string myPath;
+    qint64 myPosition = 0;
+    bool myOpen = false;
+    bool myEof = false;
+    int myError = 0;
+    void* myMap = nullptr;
+};
