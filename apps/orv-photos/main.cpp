@@ -95,6 +95,12 @@ int main(int argc, char** argv)
     QApplication app(qtArgc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("orv-photos"));
 
+    // The sources' debug lines are for developers; --verbose shows them. A file
+    // that a library names but that cannot be read is the user's business: one line each.
+    if (qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
+        QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\norv.files.debug=true"));
+    previousHandler = qInstallMessageHandler(showRefusedFiles);
+
     QString pluginPath = defaultPluginPath();
     int programId = defaultProgramId;
     bool verbose = false;
@@ -172,11 +178,8 @@ int main(int argc, char** argv)
         return 1;
     }
 
-    // The sources' debug lines are for developers; --verbose shows them. A file
-    // that a library names but that cannot be read is the user's business: one line each.
-    if (!verbose && qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
-        QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\norv.files.debug=true"));
-    previousHandler = qInstallMessageHandler(showRefusedFiles);
+    if (verbose && qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
+        QLoggingCategory::setFilterRules(QString());
     OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
     QLibrary plugin(pluginPath);
     const QFileInfo pluginFile(pluginPath);

@@ -14,6 +14,51 @@ namespace {
 
 QString systemError(int error) { return QString::fromLocal8Bit(std::strerror(error)); }
 
+// Writes straight to the descriptor and remembers the first failure, short
+// writes included, so a full disk is told apart from a producer with nothing to give.
+class TargetFile : public QIODevice
+{
+public:
+    explicit TargetFile(int fd) : myFd(fd) { open(QIODevice::WriteOnly | QIODevice::Unbuffered); }
+    // Seekable, for writers that go back to fill in sizes (TIFF).
+    bool isSequential() const override { return false; }
+    bool seek(qint64 position) override
+    {
+        return ::lseek(myFd, off_t(position), SEEK_SET) == off_t(position) && QIODevice::seek(position);
+    }
+    qint64 size() const override
+    {
+        struct stat info {};
+        return ::fstat(myFd, &info) == 0 ? qint64(info.st_size) : 0;
+    }
+    int failure() const { return myFailure; }
+
+protected:
+    qint64 readData(char*, qint64) override { return -1; }
+    qint64 writeData(const char* data, qint64 size) override
+    {
+        if (myFailure)
+            return -1;
+        qint64 done = 0;
+        while (done < size) {
+            const ssize_t written = ::write(myFd, data + done, size_t(size - done));
+            if (written < 0 && errno == EINTR)
+                continue;
+            if (written <= 0) {
+                myFailure = written < 0 ? errno : ENOSPC;
+                setErrorString(systemError(myFailure));
+                return -1;
+            }
+            done += written;
+        }
+        return done;
+    }
+
+private:
+    int myFd;
+    int myFailure = 0;
+};
+
 } // namespace
 
 OrvTargetFolder::OrvTargetFolder(const QString& path) : myPath(path)
@@ -80,13 +125,11 @@ bool OrvTargetFolder::create(const QString& name, const Producer& produce)
     }
     bool ok = false;
     {
-        QFile file;
-        if (file.open(fd, QIODevice::WriteOnly, QFileDevice::DontCloseHandle)) {
-            ok = produce(&file) && file.flush() && file.error() == QFileDevice::NoError;
-            myWriteFailed = file.error() != QFileDevice::NoError;
-            if (!ok)
-                myError = myWriteFailed ? file.errorString() : QStringLiteral("nothing to write");
-        }
+        TargetFile file(fd);
+        ok = produce(&file) && !file.failure();
+        myWriteFailed = file.failure() != 0;
+        if (!ok)
+            myError = myWriteFailed ? file.errorString() : QStringLiteral("nothing to write");
     }
     if (::close(fd) != 0 && ok) {
         ok = false;

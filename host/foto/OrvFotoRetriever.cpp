@@ -56,15 +56,14 @@ QByteArray OrvFotoRetrieverData::convertThisFileToFormat(const OrvMediaFormat& f
     if (!myDescriptor.isValid())
         return {};
     const QString path = myDescriptor.fileInfo().absoluteFilePath();
-    const QByteArray original = OrvUserFile::readAll(path, OrvUserFile::Image);
-    if (original.isEmpty() || isStoredFormat(format))
-        return original;
+    if (isStoredFormat(format)) {
+        if (!mediaLoader()->isIntact(path))
+            return {};
+        return OrvUserFile::readAll(path, OrvUserFile::Image);
+    }
     // Recode from the stored pixels (not rotated: the tag travels with the
     // metadata), decoded by the same loader, with the same checks, as any bitmap.
-    QBuffer source;
-    source.setData(original);
-    source.open(QIODevice::ReadOnly);
-    const QImage image = mediaLoader()->load(&source, QSize(), nullptr, OrvMediaLoader::KeepStored);
+    const QImage image = mediaLoader()->load(path, QSize(), nullptr, OrvMediaLoader::KeepStored);
     if (image.isNull())
         return {};
     QByteArray bytes;
@@ -72,7 +71,7 @@ QByteArray OrvFotoRetrieverData::convertThisFileToFormat(const OrvMediaFormat& f
     buffer.open(QIODevice::ReadWrite);
     if (!mediaLoader()->encode(image, &buffer, format))
         return {};
-    OrvNativeMetaDataExiv2 metaData(myDescriptor.fileInfo(), original);
+    OrvNativeMetaDataExiv2 metaData(myDescriptor.fileInfo());
     if (metaData.isValid())
         metaData.store(&buffer);
     return buffer.data();
@@ -89,7 +88,7 @@ bool OrvFotoRetrieverData::copyThisFile(QIODevice* target, const QList<OrvExifOr
     if (!myDescriptor.isValid() || !target)
         return false;
     OrvUserFile in(myDescriptor.fileInfo().absoluteFilePath(), OrvUserFile::Media);
-    if (!in.open())
+    if (!in.open() || !mediaLoader()->isIntact(in.path()))
         return false;
     QByteArray chunk(1024 * 1024, Qt::Uninitialized);
     qint64 offset = 0;

@@ -22,6 +22,8 @@ constexpr int maxScans = 250;
 // Enough for the coefficients of a 400-megapixel progressive file.
 constexpr long maxLibjpegMemory = 2800L * 1024 * 1024;
 constexpr size_t fileChunk = 256 * 1024;
+// Everything before the first scan (EXIF, XMP, colour profiles, previews) fits easily.
+constexpr qint64 maxHeaderBytes = 16 * 1024 * 1024;
 
 struct ErrorManager
 {
@@ -75,13 +77,18 @@ void progress(j_common_ptr info)
     }
 }
 
-// Reads a user file in chunks; at its end it hands libjpeg an end marker and
-// the warning libjpeg's own sources give, which marks the data as incomplete.
-struct FileSource
+// Hands libjpeg the bytes of memory or of a user file in chunks; at the end
+// an end marker and the warning libjpeg's own sources give, which marks the
+// data as incomplete. Until the header is read the bytes are bounded: a file
+// of zeros behind a JPEG signature would otherwise be searched for a marker
+// to its end.
+struct Source
 {
     jpeg_source_mgr base{};
+    const QByteArray* bytes = nullptr;
     OrvUserFile* file = nullptr;
     qint64 offset = 0;
+    qint64 headerLimit = 0;
     QByteArray buffer;
 };
 
@@ -89,8 +96,20 @@ void initSource(j_decompress_ptr) {}
 
 boolean fillInputBuffer(j_decompress_ptr info)
 {
-    auto* source = reinterpret_cast<FileSource*>(info->src);
-    const qint64 got = source->file->readAt(source->offset, source->buffer.data(), qint64(fileChunk));
+    auto* source = reinterpret_cast<Source*>(info->src);
+    if (source->headerLimit > 0 && source->offset >= source->headerLimit) {
+        auto* errors = reinterpret_cast<ErrorManager*>(info->err);
+        std::strcpy(errors->message, "no image header where one belongs");
+        std::longjmp(errors->jump, 1);
+    }
+    qint64 got = 0;
+    if (source->file) {
+        got = source->file->readAt(source->offset, source->buffer.data(), qint64(fileChunk));
+        source->base.next_input_byte = reinterpret_cast<const JOCTET*>(source->buffer.constData());
+    } else {
+        got = qBound<qint64>(0, source->bytes->size() - source->offset, qint64(fileChunk));
+        source->base.next_input_byte = reinterpret_cast<const JOCTET*>(source->bytes->constData() + source->offset);
+    }
     if (got <= 0) {
         static const JOCTET endMarker[2] = {0xFF, JPEG_EOI};
         WARNMS(info, JWRN_JPEG_EOF);
@@ -99,14 +118,13 @@ boolean fillInputBuffer(j_decompress_ptr info)
         return TRUE;
     }
     source->offset += got;
-    source->base.next_input_byte = reinterpret_cast<const JOCTET*>(source->buffer.constData());
     source->base.bytes_in_buffer = size_t(got);
     return TRUE;
 }
 
 void skipInputData(j_decompress_ptr info, long count)
 {
-    auto* source = reinterpret_cast<FileSource*>(info->src);
+    auto* source = reinterpret_cast<Source*>(info->src);
     if (count <= 0)
         return;
     if (size_t(count) <= source->base.bytes_in_buffer) {
@@ -128,7 +146,7 @@ struct OrvJpegDecoder::Private
     jpeg_decompress_struct info{};
     ErrorManager errors;
     jpeg_progress_mgr monitor{};
-    FileSource fileSource;
+    Source source;
     QByteArray bytes;
     OrvUserFile* file = nullptr;
     bool created = false;
@@ -157,18 +175,17 @@ bool OrvJpegDecoder::Private::begin()
     info.mem->max_memory_to_use = maxLibjpegMemory;
     monitor.progress_monitor = progress;
     info.progress = &monitor;
-    if (file) {
-        fileSource.file = file;
-        fileSource.buffer.resize(qsizetype(fileChunk));
-        fileSource.base.init_source = initSource;
-        fileSource.base.fill_input_buffer = fillInputBuffer;
-        fileSource.base.skip_input_data = skipInputData;
-        fileSource.base.resync_to_restart = jpeg_resync_to_restart;
-        fileSource.base.term_source = termSource;
-        info.src = &fileSource.base;
-    } else {
-        jpeg_mem_src(&info, reinterpret_cast<const unsigned char*>(bytes.constData()), static_cast<unsigned long>(bytes.size()));
-    }
+    source.file = file;
+    source.bytes = &bytes;
+    if (file)
+        source.buffer.resize(qsizetype(fileChunk));
+    source.headerLimit = maxHeaderBytes;
+    source.base.init_source = initSource;
+    source.base.fill_input_buffer = fillInputBuffer;
+    source.base.skip_input_data = skipInputData;
+    source.base.resync_to_restart = jpeg_resync_to_restart;
+    source.base.term_source = termSource;
+    info.src = &source.base;
     return true;
 }
 
@@ -221,6 +238,7 @@ bool OrvJpegDecoder::readHeader()
             }
         }
     }
+    d->source.headerLimit = 0;
     d->headerRead = true;
     return true;
 }
@@ -304,7 +322,9 @@ bool OrvJpegDecoder::Private::decode(QImage* image, JSAMPLE* cmykRow, QByteArray
         *iccProfile = QByteArray(reinterpret_cast<const char*>(profile), int(profileLength));
         std::free(profile);
     }
-    jpeg_finish_decompress(&info);
+    // Not jpeg_finish_decompress: it would read on to the end marker, through
+    // whatever junk follows the last scan.
+    jpeg_abort_decompress(&info);
     return true;
 }
 

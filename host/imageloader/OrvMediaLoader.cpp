@@ -235,6 +235,36 @@ OrvDrawable OrvMediaLoader::loadDrawable(const OrvMediaDescriptor& descriptor, c
     return OrvDrawable(OrvColorProfileConverter::instance()->convert(image, colorInfo));
 }
 
+bool OrvMediaLoader::isIntact(const QString& path) const
+{
+    OrvUserFile file(path, OrvUserFile::Media);
+    if (!file.open())
+        return false;
+    char head[8] = {};
+    const qint64 got = file.readAt(0, head, sizeof head);
+    if (OrvJpegDecoder::isJpeg(head, got)) {
+        OrvJpegDecoder decoder(&file);
+        if (decoder.readHeader()) {
+            const QSize stored = decoder.storedSize();
+            if (qint64(stored.width()) * stored.height() > maxPixels || !decoder.read(QSize(1, 1)).isNull())
+                return true;
+        }
+        qDebug() << "OrvMediaLoader: damaged JPEG" << path << decoder.errorString();
+        return false;
+    }
+    if (got == 8 && QByteArray(head, 8) == QByteArray("\x89PNG\r\n\x1a\n", 8)) {
+        // The end chunk, perhaps followed by a little junk some writers leave.
+        const qint64 tailSize = qMin<qint64>(file.size(), 4096);
+        QByteArray tail(qsizetype(tailSize), Qt::Uninitialized);
+        if (file.readAt(file.size() - tailSize, tail.data(), tailSize) == tailSize
+            && tail.contains(QByteArray("IEND\xAE\x42\x60\x82", 8)))
+            return true;
+        qDebug() << "OrvMediaLoader: PNG without its end" << path;
+        return false;
+    }
+    return true;
+}
+
 QSize OrvMediaLoader::imageSize(const QString& path) const
 {
     OrvUserFile file(path, OrvUserFile::Image);

@@ -43,6 +43,12 @@ public:
                 Orientation orientation = ShowOriented) const;
     OrvDrawable loadDrawable(const OrvMediaDescriptor& descriptor, const QSize& boundingSize) const;
 
+    // Whether the image in a file is whole, for copies of files as they are: a
+    // JPEG decodes (at its smallest scale) without running out of data or
+    // hitting broken data, a PNG ends with its end chunk. Other formats, and
+    // images above maxPixels, are not judged and count as whole.
+    bool isIntact(const QString& path) const;
+
     // Pixel size as displayed (orientation applied) without decoding; invalid on failure.
     QSize imageSize(const QString& path) const;
 

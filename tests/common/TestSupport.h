@@ -21,6 +21,13 @@ QString binaryDir();
 QByteArray makeJpeg(int width, int height, int orientation = 1, int quality = 90);
 bool writeFile(const QString& path, const QByteArray& bytes);
 
+// A named pipe at path; false where the file system has none.
+bool makeFifo(const QString& path);
+// The process's peak resident memory in KiB since the last resetPeakMemory();
+// -1 where the system cannot tell (peaks are reset through /proc/self/clear_refs).
+bool resetPeakMemory();
+qint64 peakMemoryKiB();
+
 // Runs the event loop until condition holds or timeoutMs passes.
 bool waitFor(const std::function<bool()>& condition, int timeoutMs = 5000);
 

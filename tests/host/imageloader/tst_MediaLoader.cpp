@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 
 #include <sys/stat.h>
+#include <zlib.h>
 #include <thread>
 #include <vector>
 
@@ -251,3 +252,119 @@ TEST_F(MediaLoaderTest, ConcurrentDecodingGivesTheSameResults)
 }
 
 } // namespace
+
+namespace {
+
+// A PNG whose header declares width x height pixels of 8-bit gray, with a few
+// real rows of data (a decoder that believes the header would allocate it all).
+QByteArray pngDeclaring(quint32 width, quint32 height)
+{
+    QImage row(64, 4, QImage::Format_Grayscale8);
+    row.fill(0);
+    QByteArray png = encodeImage(row, "png");
+    const qsizetype ihdr = png.indexOf("IHDR");
+    for (int i = 0; i < 4; ++i) {
+        png[ihdr + 4 + i] = char(width >> (24 - 8 * i));
+        png[ihdr + 8 + i] = char(height >> (24 - 8 * i));
+    }
+    return png;
+}
+
+// A complete, valid all-black gray PNG of width x height, compressed row by row.
+QByteArray blackPng(quint32 width, quint32 height)
+{
+    const auto be32 = [](QByteArray& out, quint32 value) {
+        for (int shift = 24; shift >= 0; shift -= 8)
+            out.append(char(value >> shift));
+    };
+    const auto chunk = [&](QByteArray& out, const char* type, const QByteArray& data) {
+        be32(out, quint32(data.size()));
+        const QByteArray typed = QByteArray(type, 4) + data;
+        out.append(typed);
+        be32(out, quint32(crc32(0, reinterpret_cast<const Bytef*>(typed.constData()), uInt(typed.size()))));
+    };
+    QByteArray png("\x89PNG\r\n\x1a\n", 8);
+    QByteArray header;
+    be32(header, width);
+    be32(header, height);
+    header.append("\x08\x00\x00\x00\x00", 5);
+    chunk(png, "IHDR", header);
+    z_stream stream{};
+    deflateInit(&stream, 1);
+    const QByteArray row(qsizetype(width) + 1, '\0');
+    QByteArray compressed;
+    char out[1 << 16];
+    for (quint32 y = 0; y < height; ++y) {
+        stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(row.constData()));
+        stream.avail_in = uInt(row.size());
+        do {
+            stream.next_out = reinterpret_cast<Bytef*>(out);
+            stream.avail_out = sizeof out;
+            deflate(&stream, y + 1 == height ? Z_FINISH : Z_NO_FLUSH);
+            compressed.append(out, qsizetype(sizeof out - stream.avail_out));
+        } while (stream.avail_out == 0);
+    }
+    deflateEnd(&stream);
+    chunk(png, "IDAT", compressed);
+    chunk(png, "IEND", QByteArray());
+    return png;
+}
+
+} // namespace
+
+TEST_F(MediaLoaderTest, BigRealPhotosDecodeBombsAreRefusedBeforeAllocating)
+{
+    // 54 megapixels, above Qt's default allocation limit of 128 MB.
+    const QString medium = write(QStringLiteral("medium-format.jpg"), makeJpeg(9000, 6000, 1, 70));
+    const QImage full = loader()->load(medium, QSize());
+    EXPECT_EQ(full.size(), QSize(9000, 6000));
+    EXPECT_TRUE(isRed(corner(full, false, false)));
+    EXPECT_EQ(loader()->load(medium, QSize(900, 900)).size(), QSize(900, 600));
+    EXPECT_TRUE(loader()->isIntact(medium));
+
+    // 3.6 gigapixels promised: refused from the header, sized or not, in little memory.
+    const QString bomb = write(QStringLiteral("bomb.png"), pngDeclaring(60000, 60000));
+    const bool measured = resetPeakMemory();
+    EXPECT_TRUE(loader()->load(bomb, QSize(256, 256)).isNull());
+    EXPECT_TRUE(loader()->load(bomb, QSize()).isNull());
+    const QString jpegBomb = [&] {
+        QByteArray jpeg = makeJpeg(64, 48);
+        const qsizetype sof = jpeg.indexOf("\xFF\xC0");
+        jpeg.replace(sof + 5, 4, QByteArray("\xEA\x60\xEA\x60", 4));  // 60000 x 60000
+        return write(QStringLiteral("bomb.jpg"), jpeg);
+    }();
+    EXPECT_TRUE(loader()->load(jpegBomb, QSize(256, 256)).isNull());
+    if (measured) {
+        EXPECT_LT(peakMemoryKiB(), 400 * 1024);
+    }
+    // A genuine image just above the bound (20001 x 20001) is refused too, though
+    // Qt would decode it: the bound is the loader's, not an accident of memory.
+    const QString above = write(QStringLiteral("above.png"), blackPng(20001, 20001));
+    EXPECT_TRUE(loader()->load(above, QSize(256, 256)).isNull());
+    EXPECT_TRUE(loader()->load(above, QSize()).isNull());
+}
+
+TEST_F(MediaLoaderTest, EveryPathRefusesTheSameDamagedImages)
+{
+    const QByteArray whole = makeJpeg(1200, 800, 6);
+    const QString truncated = write(QStringLiteral("third.jpg"), whole.left(whole.size() / 3));
+    const QString intact = write(QStringLiteral("whole.jpg"), whole);
+    for (const QSize& size : {QSize(), QSize(256, 256), QSize(1, 1)}) {
+        EXPECT_TRUE(loader()->load(truncated, size).isNull()) << size.width();
+        EXPECT_TRUE(loader()->load(truncated, size, nullptr, OrvMediaLoader::KeepStored).isNull()) << size.width();
+        EXPECT_FALSE(loader()->load(intact, size).isNull()) << size.width();
+    }
+    EXPECT_FALSE(loader()->isIntact(truncated));
+    EXPECT_TRUE(loader()->isIntact(intact));
+    // Stored pixels keep their orientation; shown ones are turned.
+    EXPECT_EQ(loader()->load(intact, QSize(), nullptr, OrvMediaLoader::KeepStored).size(), QSize(1200, 800));
+    EXPECT_EQ(loader()->load(intact, QSize()).size(), QSize(800, 1200));
+
+    const QByteArray png = encodeImage(QImage(300, 200, QImage::Format_RGB32), "png");
+    EXPECT_FALSE(loader()->isIntact(write(QStringLiteral("cut.png"), png.left(png.size() - 12))));
+    EXPECT_TRUE(loader()->isIntact(write(QStringLiteral("trailer.png"), png + "junk")));
+    // Formats it cannot judge, and no image at all, are copied as they are.
+    EXPECT_TRUE(loader()->isIntact(write(QStringLiteral("movie.mov"), QByteArray(5000, 'm'))));
+    EXPECT_FALSE(loader()->isIntact(QStringLiteral("/dev/zero")));
+    EXPECT_TRUE(loader()->load(QStringLiteral("/dev/zero"), QSize(256, 256)).isNull());
+}

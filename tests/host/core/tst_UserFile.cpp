@@ -1,0 +1,207 @@
+// What a file system can hand a reader and a writer: pipes, devices, folders,
+// links, sparse giants, files that grow; and a full disk.
+
+#include "OrvTargetFolder.h"
+#include "OrvUserFile.h"
+
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+class UserFileTest : public ::testing::Test
+{
+protected:
+    QString path(const QString& name) const { return myDir.filePath(name); }
+    QString write(const QString& name, const QByteArray& bytes) const
+    {
+        OrvTest::writeFile(path(name), bytes);
+        return path(name);
+    }
+    QTemporaryDir myDir;
+};
+
+bool makeSparse(const QString& path, qint64 size)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.resize(size);
+}
+
+QStringList entries(const QString& dir)
+{
+    return QDir(dir).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+} // namespace
+
+TEST_F(UserFileTest, OnlyRegularFilesAreOpenedAndNothingBlocks)
+{
+    ASSERT_TRUE(OrvTest::makeFifo(path(QStringLiteral("pipe"))));
+    QFile::link(path(QStringLiteral("pipe")), path(QStringLiteral("link-to-pipe")));
+    const QString regular = write(QStringLiteral("regular.xml"), "<plist/>");
+    QFile::link(regular, path(QStringLiteral("link-to-regular")));
+    QFile::link(path(QStringLiteral("gone")), path(QStringLiteral("dangling")));
+
+    const struct
+    {
+        QString path;
+        OrvUserFile::Status status;
+    } cases[] = {
+        {path(QStringLiteral("pipe")), OrvUserFile::NotRegular},
+        {path(QStringLiteral("link-to-pipe")), OrvUserFile::NotRegular},
+        {QStringLiteral("/dev/zero"), OrvUserFile::NotRegular},
+        {QStringLiteral("/dev/null"), OrvUserFile::NotRegular},
+        {myDir.path(), OrvUserFile::NotRegular},
+        {path(QStringLiteral("dangling")), OrvUserFile::Missing},
+        {path(QStringLiteral("missing")), OrvUserFile::Missing},
+        {QString(), OrvUserFile::Missing},
+        {path(QStringLiteral("link-to-regular")), OrvUserFile::Ok},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.path.toStdString());
+        EXPECT_EQ(OrvUserFile::check(c.path, OrvUserFile::LibraryFile), c.status);
+        OrvUserFile file(c.path, OrvUserFile::LibraryFile);
+        EXPECT_EQ(file.open(), c.status == OrvUserFile::Ok);
+        EXPECT_EQ(file.status(), c.status);
+        OrvUserFile::Status status = OrvUserFile::NotOpened;
+        const QByteArray bytes = OrvUserFile::readAll(c.path, OrvUserFile::FotoList, &status);
+        EXPECT_EQ(status, c.status);
+        EXPECT_EQ(bytes, c.status == OrvUserFile::Ok ? QByteArray("<plist/>") : QByteArray());
+    }
+}
+
+TEST_F(UserFileTest, SizeBoundsHoldWithoutReadingTheFile)
+{
+    // A sparse file beyond the foto-list bound is refused from its size alone:
+    // reading it would take 100 MB.
+    const QString big = path(QStringLiteral("big.list"));
+    ASSERT_TRUE(makeSparse(big, OrvUserFile::sizeBound(OrvUserFile::FotoList) + 1));
+    OrvUserFile::Status status = OrvUserFile::NotOpened;
+    EXPECT_TRUE(OrvUserFile::readAll(big, OrvUserFile::FotoList, &status).isEmpty());
+    EXPECT_EQ(status, OrvUserFile::TooLarge);
+    EXPECT_EQ(OrvUserFile::check(big, OrvUserFile::FotoList), OrvUserFile::TooLarge);
+    EXPECT_EQ(OrvUserFile::check(big, OrvUserFile::LibraryFile), OrvUserFile::Ok);
+    EXPECT_TRUE(OrvUserFile::describe(OrvUserFile::TooLarge, OrvUserFile::FotoList).contains(QLatin1String("64 MiB")));
+
+    // Exactly at the bound is still fine.
+    const QString atBound = path(QStringLiteral("at-bound.list"));
+    ASSERT_TRUE(makeSparse(atBound, OrvUserFile::sizeBound(OrvUserFile::FotoList)));
+    EXPECT_EQ(OrvUserFile::readAll(atBound, OrvUserFile::FotoList, &status).size(),
+              OrvUserFile::sizeBound(OrvUserFile::FotoList));
+    EXPECT_EQ(status, OrvUserFile::Ok);
+}
+
+TEST_F(UserFileTest, ReadsStopAtTheBoundWhenTheFileGrowsOrHasNoSize)
+{
+    // The file grows past the bound after it was opened: the size known at the
+    // open no longer holds, the bound does.
+    const QString growing = write(QStringLiteral("growing.list"), "#orv-fotolist 1\n");
+    OrvUserFile file(growing, OrvUserFile::FotoList);
+    ASSERT_TRUE(file.open());
+    ASSERT_TRUE(makeSparse(growing, OrvUserFile::sizeBound(OrvUserFile::FotoList) + 4096));
+    EXPECT_TRUE(file.readWhole().isEmpty());
+    EXPECT_EQ(file.status(), OrvUserFile::TooLarge);
+    char byte = 0;
+    EXPECT_EQ(file.readAt(OrvUserFile::sizeBound(OrvUserFile::FotoList), &byte, 1), -1);
+
+    // procfs reports a size of 0 for files that have content.
+    OrvUserFile::Status status = OrvUserFile::NotOpened;
+    const QByteArray maps = OrvUserFile::readAll(QStringLiteral("/proc/self/status"), OrvUserFile::FotoList, &status);
+    EXPECT_EQ(status, OrvUserFile::Ok);
+    EXPECT_TRUE(maps.contains("VmRSS")) << maps.left(200).constData();
+}
+
+TEST_F(UserFileTest, ReadsAreUnbufferedPositionedAndTellWhenTheyRanOut)
+{
+    const QString name = write(QStringLiteral("data"), "0123456789");
+    OrvUserFile file(name, OrvUserFile::Image);
+    ASSERT_TRUE(file.open());
+    EXPECT_FALSE(file.isSequential());
+    EXPECT_EQ(file.size(), 10);
+    char buffer[16] = {};
+    EXPECT_EQ(file.readAt(7, buffer, 16), 3);
+    EXPECT_EQ(QByteArray(buffer, 3), "789");
+    EXPECT_EQ(file.read(4), "0123") << "positioned reads leave the position alone";
+    EXPECT_TRUE(file.seek(8));
+    EXPECT_FALSE(file.ranOut());
+    EXPECT_EQ(file.read(8), "89");
+    EXPECT_EQ(file.read(1), "");
+    EXPECT_TRUE(file.ranOut());
+    file.resetWatch();
+    EXPECT_FALSE(file.ranOut());
+    EXPECT_EQ(file.write("x"), -1);
+    OrvUserFile twice(name, OrvUserFile::Image);
+    EXPECT_FALSE(twice.open(QIODevice::ReadWrite));
+}
+
+TEST_F(UserFileTest, TargetFolderWritesOnlyInsideAndNeverThroughLinks)
+{
+    QTemporaryDir outside;
+    const QString target = path(QStringLiteral("out/deeper"));
+    OrvTargetFolder folder(target);
+    ASSERT_TRUE(folder.isOpen()) << "created with its parents";
+    // A link to a missing file outside, one to an existing file, one to a folder.
+    QFile::link(outside.filePath(QStringLiteral("planted.jpg")), target + QStringLiteral("/a.jpg"));
+    OrvTest::writeFile(outside.filePath(QStringLiteral("existing.jpg")), "keep");
+    QFile::link(outside.filePath(QStringLiteral("existing.jpg")), target + QStringLiteral("/b.jpg"));
+    QFile::link(outside.path(), target + QStringLiteral("/c"));
+
+    for (const QString& name : {QStringLiteral("a.jpg"), QStringLiteral("b.jpg"), QStringLiteral("c")}) {
+        EXPECT_TRUE(folder.isTaken(name)) << name.toStdString();
+        EXPECT_FALSE(folder.create(name, QByteArray("evil")));
+    }
+    EXPECT_FALSE(folder.create(QStringLiteral("c/d.jpg"), QByteArray("evil")));
+    for (const QString& bad : {QString(), QStringLiteral("."), QStringLiteral(".."), QStringLiteral("../x.jpg")})
+        EXPECT_FALSE(folder.create(bad, QByteArray("evil"))) << bad.toStdString();
+    EXPECT_EQ(entries(outside.path()), QStringList{QStringLiteral("existing.jpg")});
+    QFile kept(outside.filePath(QStringLiteral("existing.jpg")));
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    EXPECT_EQ(kept.readAll(), "keep");
+
+    EXPECT_TRUE(folder.create(QStringLiteral("new.jpg"), QByteArray("pixels")));
+    EXPECT_FALSE(folder.create(QStringLiteral("new.jpg"), QByteArray("again"))) << "nothing is replaced";
+    QFile written(target + QStringLiteral("/new.jpg"));
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    EXPECT_EQ(written.readAll(), "pixels");
+    EXPECT_FALSE(QFileInfo(written.fileName()).isSymLink());
+}
+
+TEST_F(UserFileTest, FailedWritesLeaveNothingBehind)
+{
+    const QString target = path(QStringLiteral("out"));
+    OrvTargetFolder folder(target);
+    ASSERT_TRUE(folder.isOpen());
+    EXPECT_FALSE(folder.create(QStringLiteral("half.jpg"), [](QIODevice* device) {
+        device->write("half a photo");
+        return false;
+    }));
+    EXPECT_FALSE(folder.writeFailed());
+    EXPECT_TRUE(entries(target).isEmpty());
+
+    // A disk that fills up: a file size limit makes writes fail as ENOSPC does.
+    // In a child, so that the limit stays there.
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{4096, 4096};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        OrvTargetFolder full(target);
+        const bool created = full.create(QStringLiteral("big.jpg"), QByteArray(64 * 1024, 'x'));
+        ::_exit(!created && full.writeFailed() ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_TRUE(entries(target).isEmpty()) << entries(target).join(QLatin1Char(' ')).toStdString();
+}
