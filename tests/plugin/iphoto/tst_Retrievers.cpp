@@ -6,6 +6,9 @@
 #include "OrvFotoRetrieverMetaDataIPhoto.h"
 #include "OrvIPhotoDatabase.h"
 #include "OrvNativeMetaData.h"
+#include "OrvTargetFolder.h"
+
+#include "TestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -32,6 +35,29 @@ public:
     bool operator==(const OrvFotoRetrieverInterface&) const override { return true; }
     size_t hash() const override { return 0; }
 };
+
+// Counts what is written and keeps nothing: a sink for gigabytes.
+class CountingSink : public QIODevice
+{
+public:
+    CountingSink() { open(QIODevice::WriteOnly); }
+    qint64 count = 0;
+    int writes = 0;
+
+protected:
+    qint64 readData(char*, qint64) override { return -1; }
+    qint64 writeData(const char*, qint64 size) override
+    {
+        count += size;
+        ++writes;
+        return size;
+    }
+};
+
+OrvFotoRetrieverDataIPhoto dataFor(const QString& path)
+{
+    return OrvFotoRetrieverDataIPhoto(rotated, OrvMediaDescriptor(QFileInfo(path)));
+}
 
 } // namespace
 
@@ -150,4 +176,81 @@ TEST(IPhotoRetrievers, LoadingThreadsAtOnce)
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(good.load(), 20);
+}
+
+TEST(IPhotoOriginals, StreamedByteForByteButTheOrientation)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("rotated.jpg"));
+    const QByteArray original = OrvTest::makeJpeg(640, 480, 6);
+    ASSERT_TRUE(OrvTest::writeFile(path, original));
+    OrvFotoRetrieverDataIPhoto data = dataFor(path);
+    QByteArray streamed;
+    QBuffer buffer(&streamed);
+    buffer.open(QIODevice::WriteOnly);
+    ASSERT_TRUE(data.writeFile(OrvMediaFormat(), &buffer));
+    EXPECT_EQ(streamed, data.file(OrvMediaFormat())) << "the in-memory answer is the streamed one";
+    ASSERT_EQ(streamed.size(), original.size());
+    int differences = 0;
+    for (qsizetype i = 0; i < original.size(); ++i)
+        differences += streamed.at(i) != original.at(i);
+    EXPECT_EQ(differences, 1);
+    EXPECT_EQ(OrvNativeMetaDataExiv2(QFileInfo(path), streamed).exifOrientation(), 1);
+    EXPECT_EQ(OrvNativeMetaDataExiv2(QFileInfo(path)).exifOrientation(), 6) << "the library's file is left alone";
+
+    // Another format is recoded from the stored pixels, without the rotation either.
+    const QByteArray png = data.file(OrvMediaFormat(OrvMediaFormat::Png));
+    ASSERT_TRUE(png.startsWith("\x89PNG"));
+    EXPECT_EQ(OrvNativeMetaDataExiv2(QFileInfo(QStringLiteral("x.png")), png).exifOrientation(), 1);
+    QBuffer pngBuffer;
+    pngBuffer.setData(png);
+    EXPECT_EQ(QImageReader(&pngBuffer).size(), QSize(640, 480));
+}
+
+TEST(IPhotoOriginals, GigabytesCostNoMoreMemoryThanAThumbnail)
+{
+    QTemporaryDir dir;
+    // Sparse: over two gigabytes on no disk space, read as zeros.
+    const QString movie = dir.filePath(QStringLiteral("holiday.mov"));
+    const qint64 movieSize = 2049LL * 1024 * 1024;
+    {
+        QFile file(movie);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("\0\0\0\x20" "ftypqt  ");
+        ASSERT_TRUE(file.resize(movieSize));
+    }
+    OrvFotoRetrieverDataIPhoto data = dataFor(movie);
+    const bool measured = OrvTest::resetPeakMemory();
+    const qint64 before = OrvTest::peakMemoryKiB();
+    CountingSink sink;
+    ASSERT_TRUE(data.writeFile(OrvMediaFormat(), &sink));
+    EXPECT_EQ(sink.count, movieSize);
+    EXPECT_GT(sink.writes, 1000) << "written in chunks";
+    if (measured) {
+        EXPECT_LT(OrvTest::peakMemoryKiB() - before, 128 * 1024) << "KiB above the start";
+    }
+    // Too large to hand over in memory: refused there, not truncated.
+    EXPECT_TRUE(data.file(OrvMediaFormat()).isEmpty());
+}
+
+TEST(IPhotoOriginals, DamagedOrUnreadableFilesGiveNothingOnEveryPath)
+{
+    QTemporaryDir dir;
+    const QByteArray whole = OrvTest::makeJpeg(1200, 800, 6);
+    const QString cut = dir.filePath(QStringLiteral("cut.jpg"));
+    ASSERT_TRUE(OrvTest::writeFile(cut, whole.left(whole.size() / 3)));
+    const QString pipe = dir.filePath(QStringLiteral("pipe.jpg"));
+    ASSERT_TRUE(OrvTest::makeFifo(pipe));
+    for (const QString& path : {cut, pipe, QStringLiteral("/dev/zero"), dir.filePath(QStringLiteral("gone.jpg"))}) {
+        SCOPED_TRACE(path.toStdString());
+        OrvFotoRetrieverDataIPhoto data = dataFor(path);
+        EXPECT_FALSE(data.drawable(QSize(256, 256)).isValid());
+        EXPECT_FALSE(data.drawable(QSize(-1, -1)).isValid());
+        EXPECT_TRUE(data.file(OrvMediaFormat()).isEmpty());
+        EXPECT_TRUE(data.file(OrvMediaFormat(OrvMediaFormat::Png)).isEmpty());
+        EXPECT_TRUE(data.file(OrvMediaFormat(OrvMediaFormat::Jpeg)).isEmpty());
+        CountingSink sink;
+        EXPECT_FALSE(data.writeFile(OrvMediaFormat(), &sink));
+        EXPECT_EQ(sink.count, 0);
+    }
 }
