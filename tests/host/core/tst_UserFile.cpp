@@ -3,6 +3,7 @@
 
 #include "OrvTargetFolder.h"
 #include "OrvUserFile.h"
+#include "OrvXMLLoader.h"
 
 #include "TestSupport.h"
 
@@ -78,6 +79,14 @@ TEST_F(UserFileTest, OnlyRegularFilesAreOpenedAndNothingBlocks)
         EXPECT_EQ(status, c.status);
         EXPECT_EQ(bytes, c.status == OrvUserFile::Ok ? QByteArray("<plist/>") : QByteArray());
     }
+}
+
+TEST_F(UserFileTest, XmlLibrariesThatAreNoFilesGiveNoDocument)
+{
+    ASSERT_TRUE(OrvTest::makeFifo(path(QStringLiteral("AlbumData.xml"))));
+    EXPECT_TRUE(OrvXMLLoader::loadDocumentElement(QFileInfo(path(QStringLiteral("AlbumData.xml")))).isNull());
+    EXPECT_TRUE(OrvXMLLoader::loadDocumentElement(QFileInfo(QStringLiteral("/dev/zero"))).isNull());
+    EXPECT_TRUE(OrvXMLLoader::loadDocumentElement(QFileInfo(myDir.path())).isNull());
 }
 
 TEST_F(UserFileTest, SizeBoundsHoldWithoutReadingTheFile)

@@ -217,6 +217,11 @@ TEST(OrvFotoListRegistry, ReadsFotoListFilesAndRejectsOthers)
     OrvTest::writeFile(other, "hello\n");
     EXPECT_FALSE(OrvSingleton<OrvFotoListRegistry>::instance()->entry(other).readListFromDisk());
     EXPECT_FALSE(OrvSingleton<OrvFotoListRegistry>::instance()->entry(dir.filePath(QStringLiteral("missing"))).readListFromDisk());
+    // A pipe blocks no one; a device is no endless list.
+    const QString pipe = dir.filePath(QStringLiteral("pipe.orvfotos"));
+    ASSERT_TRUE(OrvTest::makeFifo(pipe));
+    EXPECT_FALSE(OrvSingleton<OrvFotoListRegistry>::instance()->entry(pipe).readListFromDisk());
+    EXPECT_FALSE(OrvSingleton<OrvFotoListRegistry>::instance()->entry(QStringLiteral("/dev/zero")).readListFromDisk());
 }
 
 TEST(OrvFotoSafeContainer, GivesOneWritableTemporaryFolder)

@@ -102,6 +102,9 @@ TEST(CTime, RefusesInvalidTimesAndMissingFiles)
     EXPECT_EQ(QFileInfo(path).lastModified(), before);
     EXPECT_FALSE(OrvCTime(QDateTime::currentDateTime()).writeTo(dir.filePath(QStringLiteral("missing.jpg"))));
     EXPECT_FALSE(QFileInfo::exists(dir.filePath(QStringLiteral("missing.jpg"))));
+    const QString pipe = dir.filePath(QStringLiteral("pipe.jpg"));
+    ASSERT_TRUE(makeFifo(pipe));
+    EXPECT_FALSE(OrvCTime(QDateTime::currentDateTime()).writeTo(pipe));
 }
 
 } // namespace

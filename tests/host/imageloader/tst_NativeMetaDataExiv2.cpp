@@ -209,6 +209,11 @@ TEST(NativeMetaDataExiv2, ReadsFilesLikeBytes)
     EXPECT_FALSE(OrvNativeMetaDataExiv2(QFileInfo(dir.filePath(QStringLiteral("missing.jpg")))).isValid());
     // Relative names must not be taken for URLs.
     EXPECT_FALSE(OrvNativeMetaDataExiv2(QFileInfo(QStringLiteral("http://example.invalid/a.jpg"))).isValid());
+    // Exiv2 reads through the host's opener: pipes and devices are refused, not waited on.
+    const QString pipe = dir.filePath(QStringLiteral("pipe.jpg"));
+    ASSERT_TRUE(makeFifo(pipe));
+    EXPECT_FALSE(OrvNativeMetaDataExiv2(QFileInfo(pipe)).isValid());
+    EXPECT_FALSE(OrvNativeMetaDataExiv2(QFileInfo(QStringLiteral("/dev/zero"))).isValid());
 }
 
 TEST(NativeMetaDataExiv2, HostileInputGivesAnInvalidOrHarmlessRecord)

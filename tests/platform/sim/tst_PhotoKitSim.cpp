@@ -279,4 +279,28 @@ TEST(PhotoKitSimDescription, RejectsBrokenFiles)
         EXPECT_FALSE(error.isEmpty());
     }
     EXPECT_FALSE(Library::loadDescription(dir.filePath(QStringLiteral("missing.json"))));
+    const QString pipe = dir.filePath(QStringLiteral("pipe.json"));
+    ASSERT_TRUE(OrvTest::makeFifo(pipe));
+    for (const QString& path : {pipe, QStringLiteral("/dev/zero"), dir.path()}) {
+        QString error;
+        EXPECT_FALSE(Library::loadDescription(path, &error)) << path.toStdString();
+        EXPECT_EQ(error, QStringLiteral("not a regular file"));
+    }
+}
+
+TEST(PhotoKitSimDescription, ResourceFilesThatAreNoFilesGiveNoSize)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(OrvTest::makeFifo(dir.filePath(QStringLiteral("pipe.jpg"))));
+    QFile::link(QStringLiteral("/dev/zero"), dir.filePath(QStringLiteral("zero.jpg")));
+    const QString path = dir.filePath(QStringLiteral("library.json"));
+    ASSERT_TRUE(OrvTest::writeFile(path, R"({"assets": [
+        {"id": "A", "creationDate": "2020-01-01T00:00:00Z", "resources": [{"type": "photo", "file": "pipe.jpg"}]},
+        {"id": "B", "creationDate": "2020-01-01T00:00:00Z", "resources": [{"type": "photo", "file": "zero.jpg"}]}]})"));
+    const auto library = Library::loadDescription(path);
+    ASSERT_TRUE(library);
+    const auto assets = library->fetchAssetsWithOptions(nullptr);
+    ASSERT_EQ(assets->count(), 2);
+    for (qsizetype i = 0; i < assets->count(); ++i)
+        EXPECT_EQ(OrvPhotoKit::asAsset(assets->objectAtIndex(i))->pixelWidth(), 0);
 }

@@ -45,11 +45,11 @@ std::string cannotRun()
     return QFileInfo(program()).isExecutable() ? std::string() : std::string("orv-photos not built");
 }
 
-ProgramRun run(const QStringList& arguments)
+ProgramRun run(const QStringList& arguments, const QString& configHome = QString())
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), fixture().root + QStringLiteral("/config"));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome.isEmpty() ? fixture().root + QStringLiteral("/config") : configHome);
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     environment.insert(QStringLiteral("ORV_PLUGIN_PATH"), OrvTest::binaryDir() + QStringLiteral("/lib/libOrvApplePhotos.so"));
     process.setProcessEnvironment(environment);
@@ -135,4 +135,52 @@ TEST(IPhotoCommands, ExportAnAlbum)
     EXPECT_EQ(run({"export", "--source", "iphoto", "--album", "Nope", "--size", "full", "--format", "original", "--out", out}).status, 1);
     EXPECT_EQ(run({"export", "--source", "nosuch", "--album", "Zoo", "--size", "full", "--format", "original", "--out", out}).status, 1);
     EXPECT_EQ(run({"export", "--source", "iphoto", "--album", "Zoo", "--size", "0", "--format", "png", "--out", out}).status, 1);
+}
+
+TEST(IPhotoCommands, ExportOfAwkwardFilesStaysInsideAndSaysWhatItRefused)
+{
+    if (!cannotRun().empty())
+        GTEST_SKIP() << cannotRun();
+    Scratch scratch;
+    QDir().mkpath(scratch.path("lib"));
+    QDir().mkpath(scratch.path("config/apple"));
+    const QByteArray whole = OrvTest::makeJpeg(600, 400);
+    scratch.write("lib/whole.jpg", whole);
+    scratch.write("lib/cut.jpg", whole.left(whole.size() / 3));
+    ASSERT_TRUE(OrvTest::makeFifo(scratch.path("lib/pipe.jpg")));
+    const QByteArray fotos = foto("1", scratch.path("lib/whole.jpg").toUtf8()) + foto("2", scratch.path("lib/cut.jpg").toUtf8())
+        + foto("3", scratch.path("lib/pipe.jpg").toUtf8());
+    scratch.write("lib/AlbumData.xml",
+                  library("<key>List of Albums</key><array>" + album("5", "All", "Regular", {"1", "2", "3"})
+                          + "</array><key>Master Image List</key><dict>" + fotos + "</dict>"));
+    scratch.write("config/apple/iphoto.conf", "[General]\nXMLDataFilePath=" + scratch.path("lib/AlbumData.xml").toUtf8() + "\n");
+    const QString config = scratch.path("config");
+
+    // A link planted at the name the first photo gets, to a missing file outside.
+    const QString out = scratch.path("out");
+    QDir().mkpath(out);
+    QFile::link(scratch.path("outside/whole.jpg"), out + "/whole.jpg");
+    for (const QString& size : {QStringLiteral("256"), QStringLiteral("full")}) {
+        for (const QString& format : {QStringLiteral("png"), QStringLiteral("original")}) {
+            SCOPED_TRACE((size + " " + format).toStdString());
+            const ProgramRun result = run({"export", "--source", "iphoto", "--album", "All", "--size", size, "--format", format, "--out", out}, config);
+            // The cut-off photo is refused sized and at full size alike.
+            EXPECT_EQ(result.status, 2) << result.err.toStdString();
+            EXPECT_TRUE(result.out.contains("wrote 1 of 3")) << result.out.toStdString();
+            EXPECT_TRUE(result.err.contains("nothing for iphoto:foto#2"));
+            EXPECT_EQ(result.err.count("pipe.jpg: not a regular file"), 1) << result.err.toStdString();
+        }
+    }
+    EXPECT_FALSE(QFileInfo::exists(scratch.path("outside"))) << "nothing was written through the link";
+    EXPECT_TRUE(QFileInfo(out + "/whole.jpg").isSymLink());
+    QStringList written = QDir(out).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+    written.removeAll(QStringLiteral("whole.jpg"));
+    EXPECT_EQ(written, (QStringList{"whole-2.jpg", "whole-2.png", "whole-3.jpg", "whole.png"}));
+
+    // The plug-in named as a folder or a device says so.
+    const ProgramRun folder = run({"--plugin", scratch.path("lib"), "sources"}, config);
+    EXPECT_EQ(folder.status, 2);
+    EXPECT_TRUE(folder.err.contains("is a folder")) << folder.err.toStdString();
+    const ProgramRun device = run({"--plugin", "/dev/null", "sources"}, config);
+    EXPECT_TRUE(device.err.contains("not a regular file")) << device.err.toStdString();
 }

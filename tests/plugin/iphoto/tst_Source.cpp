@@ -62,6 +62,20 @@ TEST(IPhotoSource, LibraryFromPreferences)
     EXPECT_EQ(aperture->standardAlbumDataFile().absoluteFilePath(), "/Libraries/Aperture/ApertureData.xml");
 }
 
+TEST(IPhotoSource, LibraryFilesThatAreNoFilesGiveAnEmptySource)
+{
+    Scratch scratch;
+    QDir().mkpath(scratch.path("lib"));
+    ASSERT_TRUE(OrvTest::makeFifo(scratch.path("lib/AlbumData.xml")));
+    QFile::link(QStringLiteral("/dev/zero"), scratch.path("zero.xml"));
+    for (const QString& file : {scratch.path("lib/AlbumData.xml"), scratch.path("zero.xml"), scratch.path("lib")}) {
+        const auto source = makeSource(QStringLiteral("iphoto-hostile"));
+        source->parseFile(QFileInfo(file));
+        EXPECT_EQ(source->countFotos(), 0) << file.toStdString();
+        EXPECT_FALSE(source->wantsToBeShown());
+    }
+}
+
 TEST(IPhotoSource, ShownOnlyWithFotos)
 {
     Scratch scratch;
