@@ -5,15 +5,18 @@
 #   scripts/test.sh            both builds
 #   scripts/test.sh --quick    the normal build only
 #   scripts/test.sh --tsan     additionally the threaded suites under ThreadSanitizer
+#   scripts/test.sh --clang    additionally ASan + UBSan built with clang, whose UBSan checks more
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 quick=0
 tsan=0
+clang=0
 for argument in "$@"; do
   case "$argument" in
     --quick) quick=1 ;;
     --tsan) tsan=1 ;;
-    *) echo "usage: $0 [--quick] [--tsan]" >&2; exit 1 ;;
+    --clang) clang=1 ;;
+    *) echo "usage: $0 [--quick] [--tsan] [--clang]" >&2; exit 1 ;;
   esac
 done
 
@@ -37,6 +40,12 @@ if [ "$quick" -eq 0 ]; then
   export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
   export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
   run_suite "$root/build-asan" -DORV_SANITIZE=address,undefined -DORV_BUILD_BENCH=OFF
+fi
+if [ "$clang" -eq 1 ]; then
+  echo "== clang: AddressSanitizer + UndefinedBehaviorSanitizer build"
+  export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
+  export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+  CC=clang CXX=clang++ run_suite "$root/build-clang" -DORV_SANITIZE=address,undefined -DORV_BUILD_BENCH=OFF
 fi
 if [ "$tsan" -eq 1 ]; then
   echo "== ThreadSanitizer build"
