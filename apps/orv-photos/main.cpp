@@ -4,6 +4,7 @@
 #include "OrvInitializer.h"
 #include "OrvPlatformIndependent.h"
 #include "OrvProgramConfig.h"
+#include "sim/OrvPhotoKitSimLibrary.h"
 
 #include <QApplication>
 #include <QDir>
@@ -145,6 +146,8 @@ int main(int argc, char** argv)
     if (!verbose && qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
         QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
     OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
+    // The plug-in runs on the simulated frameworks here (--photos-library).
+    OrvPhotoKitSim::install();
     QLibrary plugin(pluginPath);
     if (!QFileInfo(pluginPath).isFile() || !plugin.load()) {
         err() << "orv-photos: cannot load plug-in " << pluginPath << ": "

@@ -926,6 +926,8 @@ QList<AssetResourcePtr> Library::assetResourcesForAsset(const AssetPtr& asset)
 
 // ---------------------------------------------------------------- shared library
 
+void install() { OrvPhotoKit::setSharedPhotoLibraryProvider([] { return OrvPhotoKit::PhotoLibraryPtr(sharedLibrary()); }); }
+
 void setSharedLibrary(std::shared_ptr<Library> library)
 {
     std::lock_guard<std::mutex> lock(sharedMutex);

@@ -2,8 +2,9 @@
 
 // A drivable model of a Photos library as PhotoKit presents it. Tests and the
 // host program build a library, set the authorization answer and inject changes;
-// the plug-in sees it through OrvPhotoKit::sharedPhotoLibrary(). Authorization
-// answers and change notifications arrive on the library's own queue thread.
+// once installed (install()), the plug-in sees it through
+// OrvPhotoKit::sharedPhotoLibrary(). Authorization answers and change
+// notifications arrive on the library's own queue thread.
 
 #include "OrvPhotoKit.h"
 
@@ -167,9 +168,12 @@ private:
     Queue myQueue;
 };
 
-// The library OrvPhotoKit::sharedPhotoLibrary() hands out. Until one is set, the
-// first call loads the description named by $ORV_PHOTOS_LIBRARY, or makes an
-// empty library.
+// Makes the simulation the PhotoKit backend: from then on
+// OrvPhotoKit::sharedPhotoLibrary() hands out sharedLibrary().
+void install();
+
+// The library the simulation hands out. Until one is set, the first call loads
+// the description named by $ORV_PHOTOS_LIBRARY, or makes an empty library.
 void setSharedLibrary(std::shared_ptr<Library> library);
 std::shared_ptr<Library> sharedLibrary();
 

@@ -4,6 +4,7 @@
 #include "OrvFotoRegistries.h"
 #include "OrvPlatformIndependent.h"
 #include "OrvProgramConfig.h"
+#include "sim/OrvPhotoKitSimLibrary.h"
 
 #include "TestSupport.h"
 
@@ -31,6 +32,8 @@ struct InitializerFixture : ::testing::Test
     {
         OrvSingleton<OrvFotoDatabaseFactory>::instance()->clear();
         OrvSingleton<OrvFotoSettings>::instance()->setFotoListExportPath(QString());
+        // The PhotoKit source sees an empty simulated library.
+        OrvPhotoKitSim::install();
         // Keep the test away from the user's own libraries.
         qputenv("XDG_CONFIG_HOME", config.path().toLocal8Bit());
     }
