@@ -34,7 +34,7 @@ void Builder::take(const Batch& batch)
         for (quint32 i = record.firstKey; i < record.firstKey + record.keyCount; ++i)
             ids.append(fotoId(batch, batch.keys[i]));
         const OrvExternalAlbumType type = record.hasType ? myParser.albumType(string(batch, record.type))
-                                                         : OrvExternalAlbumType(32);
+                                                         : OrvExternalAlbumType(OrvExternalAlbumType::Special);
         const OrvExternalAlbum album(myParser.buildAlbumId(string(batch, record.id)), string(batch, record.name), ids, type);
         if (album.isValid())
             albums.add(album);
@@ -59,7 +59,7 @@ void Builder::take(const Batch& batch)
     }
     for (const PersonRecord& record : batch.persons) {
         const OrvExternalAlbum person(faceId(batch, record.key), string(batch, record.name),
-                                      OrvExternalIdList(), OrvExternalAlbumType(2));
+                                      OrvExternalIdList(), OrvExternalAlbumType(OrvExternalAlbumType::Person));
         if (person.isValid())
             persons.add(person);
     }

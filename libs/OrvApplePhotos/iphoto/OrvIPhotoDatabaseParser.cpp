@@ -25,13 +25,13 @@ OrvIPhotoDatabaseParser::~OrvIPhotoDatabaseParser() = default;
 
 void OrvIPhotoDatabaseParser::fillAlbumTypes()
 {
-    myAlbumTypes.insert(QStringLiteral("Regular"), OrvExternalAlbumType(1));
-    myAlbumTypes.insert(QStringLiteral("Smart"), OrvExternalAlbumType(1));
-    myAlbumTypes.insert(QStringLiteral("Event"), OrvExternalAlbumType(2048));
-    myAlbumTypes.insert(QStringLiteral("1"), OrvExternalAlbumType(1));
-    myAlbumTypes.insert(QStringLiteral("2"), OrvExternalAlbumType(1));
-    myAlbumTypes.insert(QStringLiteral("3"), OrvExternalAlbumType(32));
-    myAlbumTypes.insert(QStringLiteral("4"), OrvExternalAlbumType(1));
+    myAlbumTypes.insert(QStringLiteral("Regular"), OrvExternalAlbumType::Regular);
+    myAlbumTypes.insert(QStringLiteral("Smart"), OrvExternalAlbumType::Regular);
+    myAlbumTypes.insert(QStringLiteral("Event"), OrvExternalAlbumType::Event);
+    myAlbumTypes.insert(QStringLiteral("1"), OrvExternalAlbumType::Regular);
+    myAlbumTypes.insert(QStringLiteral("2"), OrvExternalAlbumType::Regular);
+    myAlbumTypes.insert(QStringLiteral("3"), OrvExternalAlbumType::Special);
+    myAlbumTypes.insert(QStringLiteral("4"), OrvExternalAlbumType::Regular);
 }
 
 void OrvIPhotoDatabaseParser::parse(const QFileInfo& file)
@@ -138,12 +138,12 @@ OrvExternalAlbumType OrvIPhotoDatabaseParser::albumType(const QString& text) con
     if (it != myAlbumTypes.constEnd())
         return *it;
     if (text == QLatin1String("Special Roll"))
-        return OrvExternalAlbumType(32);
+        return OrvExternalAlbumType::Special;
     if (text.isEmpty())
-        return OrvExternalAlbumType(128);
+        return OrvExternalAlbumType::Untitled;
     if (text.endsWith(QLatin1String("Month")) || text.contains(QLatin1String("Event")))
-        return OrvExternalAlbumType(32);
-    return OrvExternalAlbumType(0);
+        return OrvExternalAlbumType::Special;
+    return OrvExternalAlbumType::Other;
 }
 
 QRegularExpression OrvIPhotoDatabaseParser::faceDetectorRegExp() const

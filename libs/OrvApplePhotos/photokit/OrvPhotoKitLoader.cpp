@@ -35,12 +35,11 @@ const QString typeFolder = QStringLiteral("folder");
 const QString typeFoto = QStringLiteral("foto");
 
 // Every album of this source is a regular album for the host.
-const OrvExternalAlbumType albumType(1);
+const OrvExternalAlbumType albumType(OrvExternalAlbumType::Regular);
 
 std::mutex changeHandoffMutex;
 
-// User library, cloud shared and iTunes synced.
-constexpr quint32 allAssetSourceTypes = 7;
+constexpr quint32 allAssetSourceTypes = AssetSourceTypeUserLibrary | AssetSourceTypeCloudShared | AssetSourceTypeiTunesSynced;
 
 // "yyyy-MM-ddTHHmmss.jpg" of the time in its own zone. Written out by hand:
 // QDateTime::toString with a format costs more than the rest of a foto.

@@ -141,10 +141,10 @@ TEST_F(PhotoKitTest, NestedFoldersAreFetchedUpTheChain)
     EXPECT_FALSE(database->findAlbum(albumId(QStringLiteral("A/side"))).isValid());
 
     // The host knows the deep album and its folder (say, from a saved project) before any folder was opened.
-    OrvExternalAlbum mid(folderId(QStringLiteral("F/mid")), QStringLiteral("Mitte"), {}, OrvExternalAlbumType(1));
+    OrvExternalAlbum mid(folderId(QStringLiteral("F/mid")), QStringLiteral("Mitte"), {}, OrvExternalAlbumType::Regular);
     mid.setParentAlbum(folderId(QStringLiteral("F/top")));
     database->albumAdded(mid);
-    OrvExternalAlbum deep(albumId(QStringLiteral("A/deep")), QStringLiteral("Tief"), {}, OrvExternalAlbumType(1));
+    OrvExternalAlbum deep(albumId(QStringLiteral("A/deep")), QStringLiteral("Tief"), {}, OrvExternalAlbumType::Regular);
     deep.setParentAlbum(folderId(QStringLiteral("F/mid")));
     database->albumAdded(deep);
     open(albumId(QStringLiteral("A/deep")));
@@ -342,7 +342,7 @@ TEST_F(PhotoKitTest, SourceAnswers)
     EXPECT_EQ(db.convertableFileFormats(unknown), OrvMediaFormatList{OrvMediaFormat(OrvMediaFormat::Jpeg)});
     EXPECT_TRUE(db.wantsToBeShown());
     EXPECT_EQ(db.service().serviceId(), QStringLiteral("photokit"));
-    EXPECT_EQ(db.databaseType(), OrvFotoDatabaseType(4096));
+    EXPECT_EQ(db.databaseType(), OrvFotoDatabaseType(OrvFotoDatabaseType::PhotoKit));
     EXPECT_EQ(db.service().placeholderText(), QStringLiteral("<b>Fotos werden geladen</b>"));
     EXPECT_TRUE(db.drawable(unknown, QSize(10, 10), true).isNull());
     EXPECT_TRUE(db.file(unknown, OrvMediaFormat(OrvMediaFormat::Jpeg)).isEmpty());
