@@ -45,7 +45,7 @@ public:
     OrvExternalAlbumPool albums() const { return myAlbums; }
     OrvExternalFotoPool fotos() const { return myFotos; }
     OrvExternalAlbumPool persons() const { return myPersons; }
-    // What a source shows of the parse: the photos, then the albums, the
+    // What a source shows of the parse: the fotos, then the albums, the
     // persons and one album per month.
     OrvExternalDataPool dataPool() const;
 

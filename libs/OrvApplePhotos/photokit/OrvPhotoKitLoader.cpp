@@ -559,7 +559,7 @@ OrvExternalFoto OrvPhotoKitLoader::assetAdded(const AssetPtr& asset)
     if (created && created->isValid()) {
         taken = *created;
     } else {
-        // No date at all: a random moment early in 1970, so such photos sort together at the start.
+        // No date at all: a random moment early in 1970, so such fotos sort together at the start.
         const quint64 random = QRandomGenerator::global()->generate64() & 0xffffffffu;
         taken = QDateTime::fromMSecsSinceEpoch(qint64(random), Qt::UTC);
     }

@@ -436,7 +436,7 @@ TEST_F(PhotoKitTest, TheSampleLibraryOpensCompletely)
     EXPECT_EQ(topLevelNames(), (QStringList{QStringLiteral("Alle Fotos"), QStringLiteral("Favoriten"),
                                             QStringLiteral("Geteilte Alben"), QStringLiteral("Jahre"),
                                             QStringLiteral("Sommer 2021"), QStringLiteral("Reisen")}));
-    EXPECT_EQ(fotosOf(id(QStringLiteral("all"))).size(), 7);  // the shared photo lives in its shared album only
+    EXPECT_EQ(fotosOf(id(QStringLiteral("all"))).size(), 7);  // the shared asset lives in its shared album only
     EXPECT_EQ(fotosOf(albumId(QStringLiteral("FAV0-0000-0001/L0/040"))).size(), 2);
     EXPECT_EQ(fotosOf(albumId(QStringLiteral("SHR0-0000-0001/L0/040"))).size(), 1);
     EXPECT_EQ(fotosOf(albumId(QStringLiteral("ALB0-0000-0003/L0/040"))).size(), 2);
