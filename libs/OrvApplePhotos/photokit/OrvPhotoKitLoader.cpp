@@ -1,3 +1,7 @@
+// A little over 600 lines, kept in one file: it is one class, and its parts
+// (identifiers, authorization and changes, album tree, contents, bookkeeping,
+// in that order below) share one lock and one record of followed fetch results.
+
 #include "OrvPhotoKitLoader.h"
 
 #include "OrvExternalFotoImplDataPhotoKit.h"
