@@ -65,19 +65,19 @@ void Builder::take(const Batch& batch)
     }
 }
 
-QString Builder::string(const Batch& batch, Text text) { return toQString(batch.view(text), text.present); }
+inline QString Builder::string(const Batch& batch, Text text) { return toQString(batch.view(text), text.present); }
 
-OrvExternalId Builder::fotoId(const Batch& batch, Text text)
+inline OrvExternalId Builder::fotoId(const Batch& batch, Text text)
 {
     return text.length == 0 ? myParser.buildFotoId(string(batch, text)) : myFotoIds.intern(batch.view(text));
 }
 
-OrvExternalId Builder::faceId(const Batch& batch, Text text)
+inline OrvExternalId Builder::faceId(const Batch& batch, Text text)
 {
     return text.length == 0 ? myParser.buildFaceId(string(batch, text)) : myFaceIds.intern(batch.view(text));
 }
 
-QDateTime Builder::date(const FotoRecord& record) const
+inline QDateTime Builder::date(const FotoRecord& record) const
 {
     return record.hasDate ? dateAfterEpoch(record.seconds, myEpochMSecs) : QDateTime();
 }
