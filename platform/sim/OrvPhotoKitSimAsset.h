@@ -1,6 +1,6 @@
 #pragma once
 
-// A PHAsset of the simulated library: an immutable snapshot of its spec; an
+// A PHAsset of the simulated library: an immutable snapshot of an AssetSpec; an
 // edit makes a new object with the same local identifier.
 
 #include "OrvPhotoKitSimLibrary.h"
