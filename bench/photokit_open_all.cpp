@@ -72,6 +72,7 @@ int runOne(int count)
 {
     const qint64 baseRss = statusField("VmRSS:");
     auto library = makeLibrary(count);
+    OrvPhotoKitSim::install();
     OrvPhotoKitSim::setSharedLibrary(library);
     const qint64 libraryRss = statusField("VmRSS:");
     OrvSingleton<OrvFotoCacheManager>::instance()->setBudget(qint64(2) * 1024 * 1024 * 1024);

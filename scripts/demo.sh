@@ -11,8 +11,8 @@ format=()
 
 bash "$root/scripts/install-deps.sh"
 mkdir -p "$build"
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo > "$build.configure.log" 2>&1 \
-  || { cat "$build.configure.log"; exit 1; }
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo > "$build/configure.log" 2>&1 \
+  || { cat "$build/configure.log"; exit 1; }
 cmake --build "$build" -j "$(nproc)" --target orv-photos OrvApplePhotos
 
 # The sample iPhoto and Aperture libraries name absolute paths: write them for this checkout.

@@ -26,13 +26,14 @@ jobs=$(nproc)
 run_suite() {  # build dir, cmake options...
   local dir=$1
   shift
-  cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@" > "$dir.configure.log" 2>&1 \
-    || { cat "$dir.configure.log"; return 1; }
+  mkdir -p "$dir"
+  # The configure log stays inside the build folder (ignored by git).
+  cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo "$@" > "$dir/configure.log" 2>&1 \
+    || { cat "$dir/configure.log"; return 1; }
   cmake --build "$dir" -j "$jobs"
   (cd "$dir" && ctest --output-on-failure -j "$jobs" --timeout 900)
 }
 
-mkdir -p "$root/build"
 echo "== normal build"
 run_suite "$root/build"
 if [ "$quick" -eq 0 ]; then

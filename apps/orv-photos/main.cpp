@@ -5,6 +5,7 @@
 #include "OrvPlatformIndependent.h"
 #include "OrvProgramConfig.h"
 #include "OrvUserFile.h"
+#include "sim/OrvPhotoKitSimLibrary.h"
 
 #include <QApplication>
 #include <QDir>
@@ -181,6 +182,8 @@ int main(int argc, char** argv)
     if (verbose && qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
         QLoggingCategory::setFilterRules(QString());
     OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
+    // The plug-in runs on the simulated frameworks here (--photos-library).
+    OrvPhotoKitSim::install();
     QLibrary plugin(pluginPath);
     const QFileInfo pluginFile(pluginPath);
     if (!pluginFile.isFile() || !plugin.load()) {

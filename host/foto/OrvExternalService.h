@@ -49,6 +49,15 @@ private:
 class OrvFotoDatabaseType
 {
 public:
+    // The codes of the sources of the Apple photo plug-in.
+    enum Code : quint32 {
+        IPhoto = 128,
+        Aperture = 256,
+        ApplePhotos = 512,  // the Photos library through MediaLibrary
+        AppleImageCapture = 2048,
+        PhotoKit = 4096,
+    };
+
     OrvFotoDatabaseType() = default;
     explicit OrvFotoDatabaseType(quint32 code) : myCode(code) {}
     virtual ~OrvFotoDatabaseType() = default;

@@ -37,10 +37,10 @@ OrvApplePhotosInitializer::~OrvApplePhotosInitializer() = default;
 
 void OrvApplePhotosInitializer::setup(OrvInitializerOption)
 {
-    registerSource(OrvFotoDatabaseType(128), OrvIPhotoDatabase::instance());
-    registerSource(OrvFotoDatabaseType(256), OrvIPhotoDatabase::apertureInstance());
+    registerSource(OrvFotoDatabaseType(OrvFotoDatabaseType::IPhoto), OrvIPhotoDatabase::instance());
+    registerSource(OrvFotoDatabaseType(OrvFotoDatabaseType::Aperture), OrvIPhotoDatabase::apertureInstance());
     if (usesPhotoKit()) {
-        registerSource(OrvFotoDatabaseType(4096), OrvSingleton<OrvPhotoKitDatabase>::instance());
+        registerSource(OrvFotoDatabaseType(OrvFotoDatabaseType::PhotoKit), OrvSingleton<OrvPhotoKitDatabase>::instance());
         // Another program may have exported a foto list for us to know before the user opens it.
         const QString path = OrvSingleton<OrvFotoSettings>::instance()->fotoListExportPath();
         if (!path.isEmpty() && QFileInfo::exists(path))

@@ -1,8 +1,9 @@
 #include "OrvPhotoKit.h"
 
-#ifndef __APPLE__
-#include "OrvPhotoKitSimLibrary.h"
-#endif
+#include <QDebug>
+
+#include <atomic>
+#include <mutex>
 
 namespace OrvPhotoKit {
 
@@ -48,14 +49,37 @@ CollectionPtr asCollection(const ObjectPtr& object)
     return {};
 }
 
+namespace {
+
+std::mutex providerMutex;
+PhotoLibraryProvider& provider()
+{
+    static PhotoLibraryProvider installed;
+    return installed;
+}
+
+} // namespace
+
+void setSharedPhotoLibraryProvider(PhotoLibraryProvider newProvider)
+{
+    std::lock_guard<std::mutex> lock(providerMutex);
+    provider() = std::move(newProvider);
+}
+
 PhotoLibraryPtr sharedPhotoLibrary()
 {
-#ifndef __APPLE__
-    // No Photos framework here: the simulated library stands in for it.
-    return OrvPhotoKitSim::sharedLibrary();
-#else
-#error "the macOS PhotoKit adapter is not part of this build yet"
-#endif
+    PhotoLibraryProvider current;
+    {
+        std::lock_guard<std::mutex> lock(providerMutex);
+        current = provider();
+    }
+    // Called outside the lock: a backend may take its time to make its library.
+    if (current)
+        return current();
+    static std::atomic<bool> told{false};
+    if (!told.exchange(true))
+        qDebug() << "PhotoKit: no backend installed";
+    return {};
 }
 
 } // namespace OrvPhotoKit

@@ -2,8 +2,8 @@
 
 // The part of Apple's Photos framework (PhotoKit) that the plug-in uses, as thin
 // C++ interfaces. A backend (the simulation here, Objective-C++ adapters on
-// macOS) implements them; the plug-in reaches a backend only through
-// OrvPhotoKit::sharedPhotoLibrary(). Objects are immutable snapshots, as PHObjects
+// macOS) implements them and installs itself with setSharedPhotoLibraryProvider;
+// the plug-in reaches it only through OrvPhotoKit::sharedPhotoLibrary(). Objects are immutable snapshots, as PHObjects
 // are: an edited asset is a new object with the same local identifier.
 
 #include <QByteArray>
@@ -303,7 +303,14 @@ public:
 };
 using PhotoLibraryPtr = std::shared_ptr<PhotoLibrary>;
 
-// [PHPhotoLibrary sharedPhotoLibrary] of the backend this build uses.
+// [PHPhotoLibrary sharedPhotoLibrary] of the installed backend; null (and one
+// debug line) while no backend is installed.
 PhotoLibraryPtr sharedPhotoLibrary();
+
+// Where a backend installs itself. The program that runs the plug-in links a
+// backend and installs it before the plug-in first asks for the library; the
+// plug-in itself never names a backend.
+using PhotoLibraryProvider = std::function<PhotoLibraryPtr()>;
+void setSharedPhotoLibraryProvider(PhotoLibraryProvider provider);
 
 } // namespace OrvPhotoKit

@@ -2,19 +2,18 @@
 
 // A drivable model of a Photos library as PhotoKit presents it. Tests and the
 // host program build a library, set the authorization answer and inject changes;
-// the plug-in sees it through OrvPhotoKit::sharedPhotoLibrary(). Authorization
-// answers and change notifications arrive on the library's own queue thread.
+// once installed (install()), the plug-in sees it through
+// OrvPhotoKit::sharedPhotoLibrary(). Authorization answers and change
+// notifications arrive on the library's own queue thread.
 
 #include "OrvPhotoKit.h"
+#include "OrvPhotoKitSimQueue.h"
 
 #include <QHash>
 #include <QStringList>
 
 #include <atomic>
-#include <condition_variable>
-#include <deque>
 #include <mutex>
-#include <thread>
 
 namespace OrvPhotoKitSim {
 
@@ -54,32 +53,6 @@ struct CollectionSpec
 
 class SimAsset;
 struct State;
-
-// The framework's own serial queue: one thread working off posted tasks.
-class Queue
-{
-public:
-    Queue();
-    ~Queue();
-    Queue(const Queue&) = delete;
-    Queue& operator=(const Queue&) = delete;
-
-    void post(std::function<void()> task);
-    // Blocks until every task posted so far has run (not on the queue itself).
-    void waitIdle();
-    bool isCurrentThread() const;
-
-private:
-    void run();
-
-    mutable std::mutex myMutex;
-    std::condition_variable myWake;
-    std::condition_variable myIdle;
-    std::deque<std::function<void()>> myTasks;
-    bool myBusy = false;
-    bool myStopping = false;
-    std::thread myThread;
-};
 
 class Library : public OrvPhotoKit::PhotoLibrary
 {
@@ -167,9 +140,12 @@ private:
     Queue myQueue;
 };
 
-// The library OrvPhotoKit::sharedPhotoLibrary() hands out. Until one is set, the
-// first call loads the description named by $ORV_PHOTOS_LIBRARY, or makes an
-// empty library.
+// Makes the simulation the PhotoKit backend: from then on
+// OrvPhotoKit::sharedPhotoLibrary() hands out sharedLibrary().
+void install();
+
+// The library the simulation hands out. Until one is set, the first call loads
+// the description named by $ORV_PHOTOS_LIBRARY, or makes an empty library.
 void setSharedLibrary(std::shared_ptr<Library> library);
 std::shared_ptr<Library> sharedLibrary();
 

@@ -114,17 +114,20 @@ private:
 
     static quint32 albumType(const QString& text)
     {
-        static const QHash<QString, quint32> table{{"Regular", 1}, {"Smart", 1}, {"Event", 2048}, {"1", 1},
-                                                   {"2", 1},       {"3", 32},    {"4", 1}};
+        using Type = OrvExternalAlbumType;
+        static const QHash<QString, quint32> table{{"Regular", Type::Regular}, {"Smart", Type::Regular},
+                                                   {"Event", Type::Event},     {"1", Type::Regular},
+                                                   {"2", Type::Regular},       {"3", Type::Special},
+                                                   {"4", Type::Regular}};
         if (table.contains(text))
             return table.value(text);
         if (text == QLatin1String("Special Roll"))
-            return 32;
+            return Type::Special;
         if (text.isEmpty())
-            return 128;
+            return Type::Untitled;
         if (text.endsWith(QLatin1String("Month")) || text.contains(QLatin1String("Event")))
-            return 32;
-        return 0;
+            return Type::Special;
+        return Type::Other;
     }
 
     static double number(const QString& text)
@@ -140,7 +143,7 @@ private:
             OrvExternalId id;
             QString name;
             OrvExternalIdList ids;
-            quint32 type = 32;
+            quint32 type = OrvExternalAlbumType::Special;
             forEachKey(child, [&](const QString& key, const QDomElement& value) {
                 if (key == QLatin1String("Album Type")) {
                     type = albumType(value.text());
@@ -227,7 +230,7 @@ private:
                 if (k == QLatin1String("name"))
                     name = v.text();
             });
-            const OrvExternalAlbum person(buildFaceId(key), name, OrvExternalIdList(), OrvExternalAlbumType(2));
+            const OrvExternalAlbum person(buildFaceId(key), name, OrvExternalIdList(), OrvExternalAlbumType(OrvExternalAlbumType::Person));
             if (person.isValid())
                 persons.add(person);
         });

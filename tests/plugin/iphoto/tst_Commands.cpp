@@ -1,6 +1,8 @@
 // The host program's tree and export commands over the test libraries.
 
 #include "IPhotoTestSupport.h"
+#include "OrvExternalAlbum.h"
+#include "OrvExternalService.h"
 
 #include "TestSupport.h"
 
@@ -74,7 +76,7 @@ TEST(IPhotoCommands, TreeAsJson)
     const QJsonArray sources = QJsonDocument::fromJson(result.out).object().value("sources").toArray();
     ASSERT_EQ(sources.size(), 1);
     const QJsonObject source = sources.first().toObject();
-    EXPECT_EQ(source.value("type").toInt(), 128);
+    EXPECT_EQ(source.value("type").toInt(), int(OrvFotoDatabaseType::IPhoto));
     EXPECT_EQ(source.value("service").toString(), QStringLiteral("iphoto"));
     EXPECT_TRUE(source.value("shown").toBool());
     const QJsonArray albums = source.value("albums").toArray();
@@ -82,7 +84,7 @@ TEST(IPhotoCommands, TreeAsJson)
     const QJsonObject zoo = albums.first().toObject();
     EXPECT_EQ(zoo.value("id").toString(), QStringLiteral("iphoto:album#10"));
     EXPECT_EQ(zoo.value("name").toString(), QStringLiteral("Zoo"));
-    EXPECT_EQ(zoo.value("type").toInt(), 1);
+    EXPECT_EQ(zoo.value("type").toInt(), int(OrvExternalAlbumType::Regular));
     EXPECT_EQ(zoo.value("parent").toString(), QString());
     EXPECT_EQ(zoo.value("fotos").toArray(), (QJsonArray{"iphoto:foto#1", "iphoto:foto#2"}));
     const QJsonArray fotos = source.value("fotos").toArray();

@@ -141,7 +141,7 @@ TEST(IPhotoFaces, PersonsGetTheirFotos)
         ASSERT_EQ(pool.size(), 3);
         const OrvExternalAlbum ann = pool.find(OrvExternalId("iphoto", "face", "3"));
         EXPECT_EQ(ann.name(), QStringLiteral("Ann"));
-        EXPECT_EQ(ann.type().code(), 2u);
+        EXPECT_EQ(ann.type().code(), OrvExternalAlbumType::Person);
         EXPECT_EQ(ann.fotoIds(), (OrvExternalIdList{OrvExternalId("iphoto", "foto", "1"), OrvExternalId("iphoto", "foto", "2")}))
             << "two faces of Ann on one foto add it once";
         EXPECT_EQ(pool.find(OrvExternalId("iphoto", "face", "4")).name(), QStringLiteral("Robert"));

@@ -66,27 +66,29 @@ private:
 TEST(IPhotoParserAlbums, TypeRules)
 {
     const QByteArray id = entry("AlbumId", "1", "integer");
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Regular")), 1u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Smart")), 1u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Event")), 2048u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "1")), 1u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "2")), 1u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "3")), 32u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "4")), 1u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "5")), 0u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Special Roll")), 32u);
+    using Type = OrvExternalAlbumType;
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Regular")), Type::Regular);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Smart")), Type::Regular);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Event")), Type::Event);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "1")), Type::Regular);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "2")), Type::Regular);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "3")), Type::Special);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "4")), Type::Regular);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "5")), Type::Other);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Special Roll")), Type::Special);
     // The rule is "ends with Month": iPhoto's type text of "Last 12 Months" is "Special Month".
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Last 12 Months")), 0u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Special Month")), 32u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Flagged Event Photos")), 32u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "month")), 0u) << "case-sensitive";
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Months ago")), 0u) << "Month only counts at the end";
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "regular")), 0u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Folder")), 0u);
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "")), 128u);
-    EXPECT_EQ(typeOfAlbum(id), 32u) << "no Album Type key at all";
-    EXPECT_EQ(typeOfAlbum(id + "<key>Album Type</key>"), 128u) << "a key without value reads as empty text";
-    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Event") + entry("Album Type", "Regular")), 1u) << "later key wins";
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Last 12 Months")), Type::Other);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Special Month")), Type::Special);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Flagged Event Photos")), Type::Special);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "month")), Type::Other) << "case-sensitive";
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Months ago")), Type::Other) << "Month only counts at the end";
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "regular")), Type::Other);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Folder")), Type::Other);
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "")), Type::Untitled);
+    EXPECT_EQ(typeOfAlbum(id), Type::Special) << "no Album Type key at all";
+    EXPECT_EQ(typeOfAlbum(id + "<key>Album Type</key>"), Type::Untitled) << "a key without value reads as empty text";
+    EXPECT_EQ(typeOfAlbum(id + entry("Album Type", "Event") + entry("Album Type", "Regular")), Type::Regular)
+        << "later key wins";
 }
 
 TEST(IPhotoParserAlbums, IdsNamesAndKeyLists)

@@ -23,7 +23,7 @@ namespace {
 std::unique_ptr<OrvIPhotoDatabase> makeSource(const QString& application, const QString& fileName = QStringLiteral("AlbumData.xml"))
 {
     return std::make_unique<OrvIPhotoDatabase>(application, QStringLiteral("Test"), QStringLiteral("/Applications/iPhoto.app"),
-                                               fileName, QStringLiteral("Database/apdb/Library.apdb"), OrvFotoDatabaseType(128));
+                                               fileName, QStringLiteral("Database/apdb/Library.apdb"), OrvFotoDatabaseType(OrvFotoDatabaseType::IPhoto));
 }
 
 QString writeLibrary(const Scratch& scratch, const QByteArray& fotos, const QByteArray& more = {})
@@ -98,9 +98,9 @@ TEST(IPhotoSource, PoolAndTree)
     // 4 albums, 1 person, 2 months (2010-07 and 2010-10), in that order.
     ASSERT_EQ(albums.size(), 7);
     EXPECT_EQ(albums.at(0).name(), QStringLiteral("Zoo"));
-    EXPECT_EQ(albums.at(4).type().code(), 2u);
+    EXPECT_EQ(albums.at(4).type().code(), OrvExternalAlbumType::Person);
     EXPECT_EQ(albums.at(4).fotoIds(), OrvExternalIdList{OrvExternalId("pool", "foto", "1")});
-    EXPECT_EQ(albums.at(5).type().code(), 8u);
+    EXPECT_EQ(albums.at(5).type().code(), OrvExternalAlbumType::Month);
     EXPECT_EQ(source->allRegularAlbums(), (QStringList{"apples", "Zoo"}));
     EXPECT_EQ(source->albumByVisibleName("Trip"), OrvExternalId("pool", "album", "12"));
     EXPECT_FALSE(source->albumByVisibleName("trip").isValid());
@@ -200,11 +200,11 @@ TEST(IPhotoSource, ProcessWideInstances)
     EXPECT_NE(iphoto, aperture);
     EXPECT_EQ(OrvIPhotoDatabase::instance(), iphoto);
     EXPECT_EQ(iphoto->serviceId(), QStringLiteral("iphoto"));
-    EXPECT_EQ(iphoto->databaseType().code(), 128u);
+    EXPECT_EQ(iphoto->databaseType().code(), OrvFotoDatabaseType::IPhoto);
     EXPECT_EQ(iphoto->externalName(), QStringLiteral("iPhoto"));
     EXPECT_EQ(iphoto->service().treeHints(), 12u);
     EXPECT_EQ(aperture->serviceId(), QStringLiteral("aperture"));
-    EXPECT_EQ(aperture->databaseType().code(), 256u);
+    EXPECT_EQ(aperture->databaseType().code(), OrvFotoDatabaseType::Aperture);
     EXPECT_EQ(iphoto->countFotos(), 2);
     EXPECT_EQ(aperture->countFotos(), 1) << "found through RootDirectory";
     EXPECT_EQ(aperture->watchFile().filePath(), QFileInfo(fixture().apertureLibrary).absolutePath() + "/./Database/apdb/Library.apdb");

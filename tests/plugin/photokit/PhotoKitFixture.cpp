@@ -32,6 +32,7 @@ void PhotoKitTest::SetUp()
         logLines.clear();
     }
     previousHandler = qInstallMessageHandler(capture);
+    OrvPhotoKitSim::install();
     library = OrvPhotoKitSim::Library::create();
     library->setAuthorizationStatus(OrvPhotoKit::AuthorizationStatus::Authorized);
     OrvPhotoKitSim::setSharedLibrary(library);

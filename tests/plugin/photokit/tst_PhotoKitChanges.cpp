@@ -96,6 +96,26 @@ TEST_F(PhotoKitChangeTest, RemovedCollectionsComeAfterTheirFotos)
     EXPECT_EQ(removals.size(), 2);
 }
 
+TEST_F(PhotoKitChangeTest, AlbumsOpenedWhileAChangeIsHandledStayFollowed)
+{
+    // A host that opens an album as soon as it hears of it: fetchMore from inside the notification.
+    OrvExternalDatabase* base = database.get();
+    QObject::connect(
+        base, &OrvExternalDatabase::albumAdded, base,
+        [this](const OrvExternalAlbum& added, const QIcon&) { database->fetchMore(added.id().toUrl()); },
+        Qt::DirectConnection);
+    const int followed = database->loader()->observedFetchResultCount();
+    library->addCollection(album(QStringLiteral("U/2"), QStringLiteral("Neu"), {QStringLiteral("c/3")}));
+    ASSERT_TRUE(OrvTest::waitFor([&] { return fetchesOf(albumId(QStringLiteral("U/2"))) == 1; }));
+    settle();
+    EXPECT_EQ(database->loader()->observedFetchResultCount(), followed + 1);
+
+    // The album opened during the change hears of the next one.
+    library->addAssetsToAlbum(QStringLiteral("U/2"), {QStringLiteral("c/4")});
+    ASSERT_TRUE(OrvTest::waitFor([&] { return fetchesOf(albumId(QStringLiteral("U/2"))) == 2; }));
+    EXPECT_EQ(fotosOf(albumId(QStringLiteral("U/2"))).size(), 2);
+}
+
 TEST_F(PhotoKitChangeTest, RefreshReportsEveryFollowedResultAgain)
 {
     library->addCollection(album(QStringLiteral("U/2"), QStringLiteral("Neu")));

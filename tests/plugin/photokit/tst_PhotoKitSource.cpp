@@ -141,10 +141,10 @@ TEST_F(PhotoKitTest, NestedFoldersAreFetchedUpTheChain)
     EXPECT_FALSE(database->findAlbum(albumId(QStringLiteral("A/side"))).isValid());
 
     // The host knows the deep album and its folder (say, from a saved project) before any folder was opened.
-    OrvExternalAlbum mid(folderId(QStringLiteral("F/mid")), QStringLiteral("Mitte"), {}, OrvExternalAlbumType(1));
+    OrvExternalAlbum mid(folderId(QStringLiteral("F/mid")), QStringLiteral("Mitte"), {}, OrvExternalAlbumType::Regular);
     mid.setParentAlbum(folderId(QStringLiteral("F/top")));
     database->albumAdded(mid);
-    OrvExternalAlbum deep(albumId(QStringLiteral("A/deep")), QStringLiteral("Tief"), {}, OrvExternalAlbumType(1));
+    OrvExternalAlbum deep(albumId(QStringLiteral("A/deep")), QStringLiteral("Tief"), {}, OrvExternalAlbumType::Regular);
     deep.setParentAlbum(folderId(QStringLiteral("F/mid")));
     database->albumAdded(deep);
     open(albumId(QStringLiteral("A/deep")));
@@ -342,7 +342,7 @@ TEST_F(PhotoKitTest, SourceAnswers)
     EXPECT_EQ(db.convertableFileFormats(unknown), OrvMediaFormatList{OrvMediaFormat(OrvMediaFormat::Jpeg)});
     EXPECT_TRUE(db.wantsToBeShown());
     EXPECT_EQ(db.service().serviceId(), QStringLiteral("photokit"));
-    EXPECT_EQ(db.databaseType(), OrvFotoDatabaseType(4096));
+    EXPECT_EQ(db.databaseType(), OrvFotoDatabaseType(OrvFotoDatabaseType::PhotoKit));
     EXPECT_EQ(db.service().placeholderText(), QStringLiteral("<b>Fotos werden geladen</b>"));
     EXPECT_TRUE(db.drawable(unknown, QSize(10, 10), true).isNull());
     EXPECT_TRUE(db.file(unknown, OrvMediaFormat(OrvMediaFormat::Jpeg)).isEmpty());
@@ -436,7 +436,7 @@ TEST_F(PhotoKitTest, TheSampleLibraryOpensCompletely)
     EXPECT_EQ(topLevelNames(), (QStringList{QStringLiteral("Alle Fotos"), QStringLiteral("Favoriten"),
                                             QStringLiteral("Geteilte Alben"), QStringLiteral("Jahre"),
                                             QStringLiteral("Sommer 2021"), QStringLiteral("Reisen")}));
-    EXPECT_EQ(fotosOf(id(QStringLiteral("all"))).size(), 7);  // the shared photo lives in its shared album only
+    EXPECT_EQ(fotosOf(id(QStringLiteral("all"))).size(), 7);  // the shared asset lives in its shared album only
     EXPECT_EQ(fotosOf(albumId(QStringLiteral("FAV0-0000-0001/L0/040"))).size(), 2);
     EXPECT_EQ(fotosOf(albumId(QStringLiteral("SHR0-0000-0001/L0/040"))).size(), 1);
     EXPECT_EQ(fotosOf(albumId(QStringLiteral("ALB0-0000-0003/L0/040"))).size(), 2);

@@ -4,6 +4,7 @@
 #include "OrvFotoRegistries.h"
 #include "OrvPlatformIndependent.h"
 #include "OrvProgramConfig.h"
+#include "sim/OrvPhotoKitSimLibrary.h"
 
 #include "TestSupport.h"
 
@@ -31,6 +32,8 @@ struct InitializerFixture : ::testing::Test
     {
         OrvSingleton<OrvFotoDatabaseFactory>::instance()->clear();
         OrvSingleton<OrvFotoSettings>::instance()->setFotoListExportPath(QString());
+        // The PhotoKit source sees an empty simulated library.
+        OrvPhotoKitSim::install();
         // Keep the test away from the user's own libraries.
         qputenv("XDG_CONFIG_HOME", config.path().toLocal8Bit());
     }
@@ -66,20 +69,20 @@ TEST_F(InitializerFixture, RegistersTheSourcesInTheirFixedOrderForTheSystem)
 {
     // The operating system decides the Photos source; whatever the program id.
     for (int programId : {1, 8}) {
-        EXPECT_EQ(setUpOn("macos:14.0", programId), (QList<quint32>{128, 256, 4096}));
-        EXPECT_EQ(setUpOn("macos:10.15.0", programId), (QList<quint32>{128, 256, 4096}));
-        EXPECT_EQ(setUpOn("macos:10.14.6", programId), (QList<quint32>{128, 256}));
-        EXPECT_EQ(setUpOn("linux", programId), (QList<quint32>{128, 256}));
+        EXPECT_EQ(setUpOn("macos:14.0", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::PhotoKit}));
+        EXPECT_EQ(setUpOn("macos:10.15.0", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::PhotoKit}));
+        EXPECT_EQ(setUpOn("macos:10.14.6", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture}));
+        EXPECT_EQ(setUpOn("linux", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture}));
     }
     OrvFotoDatabaseFactory* factory = OrvSingleton<OrvFotoDatabaseFactory>::instance();
     setUpOn("macos:14.0");
-    EXPECT_EQ(factory->database(OrvFotoDatabaseType(128))->serviceId(), QStringLiteral("iphoto"));
-    EXPECT_EQ(factory->database(OrvFotoDatabaseType(256))->serviceId(), QStringLiteral("aperture"));
-    EXPECT_EQ(factory->database(OrvFotoDatabaseType(4096))->serviceId(), QStringLiteral("photokit"));
+    EXPECT_EQ(factory->database(OrvFotoDatabaseType(OrvFotoDatabaseType::IPhoto))->serviceId(), QStringLiteral("iphoto"));
+    EXPECT_EQ(factory->database(OrvFotoDatabaseType(OrvFotoDatabaseType::Aperture))->serviceId(), QStringLiteral("aperture"));
+    EXPECT_EQ(factory->database(OrvFotoDatabaseType(OrvFotoDatabaseType::PhotoKit))->serviceId(), QStringLiteral("photokit"));
     // Singletons: a second set-up registers the same objects again.
-    OrvExternalDatabase* photokit = factory->database(OrvFotoDatabaseType(4096));
+    OrvExternalDatabase* photokit = factory->database(OrvFotoDatabaseType(OrvFotoDatabaseType::PhotoKit));
     setUpOn("macos:14.0");
-    EXPECT_EQ(factory->database(OrvFotoDatabaseType(4096)), photokit);
+    EXPECT_EQ(factory->database(OrvFotoDatabaseType(OrvFotoDatabaseType::PhotoKit)), photokit);
 }
 
 TEST_F(InitializerFixture, ReloadsTheControllersAfterRegistering)

@@ -1,3 +1,7 @@
+// A little over 600 lines, kept in one file: it is one class, and its parts
+// (identifiers, authorization and changes, album tree, contents, bookkeeping,
+// in that order below) share one lock and one record of followed fetch results.
+
 #include "OrvPhotoKitLoader.h"
 
 #include "OrvExternalFotoImplDataPhotoKit.h"
@@ -35,12 +39,11 @@ const QString typeFolder = QStringLiteral("folder");
 const QString typeFoto = QStringLiteral("foto");
 
 // Every album of this source is a regular album for the host.
-const OrvExternalAlbumType albumType(1);
+const OrvExternalAlbumType albumType(OrvExternalAlbumType::Regular);
 
 std::mutex changeHandoffMutex;
 
-// User library, cloud shared and iTunes synced.
-constexpr quint32 allAssetSourceTypes = 7;
+constexpr quint32 allAssetSourceTypes = AssetSourceTypeUserLibrary | AssetSourceTypeCloudShared | AssetSourceTypeiTunesSynced;
 
 // "yyyy-MM-ddTHHmmss.jpg" of the time in its own zone. Written out by hand:
 // QDateTime::toString with a format costs more than the rest of a foto.
@@ -560,7 +563,7 @@ OrvExternalFoto OrvPhotoKitLoader::assetAdded(const AssetPtr& asset)
     if (created && created->isValid()) {
         taken = *created;
     } else {
-        // No date at all: a random moment early in 1970, so such photos sort together at the start.
+        // No date at all: a random moment early in 1970, so such fotos sort together at the start.
         const quint64 random = QRandomGenerator::global()->generate64() & 0xffffffffu;
         taken = QDateTime::fromMSecsSinceEpoch(qint64(random), Qt::UTC);
     }

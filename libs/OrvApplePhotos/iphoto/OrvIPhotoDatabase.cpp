@@ -45,7 +45,7 @@ OrvIPhotoDatabase* OrvIPhotoDatabase::instance()
     if (!myInstance.load(std::memory_order_relaxed)) {
         myInstance.store(new OrvIPhotoDatabase(QStringLiteral("iphoto"), tr("iPhoto"), QStringLiteral("/Applications/iPhoto.app"),
                                                QStringLiteral("AlbumData.xml"), QStringLiteral("Database/apdb/Library.apdb"),
-                                               OrvFotoDatabaseType(128)),
+                                               OrvFotoDatabaseType(OrvFotoDatabaseType::IPhoto)),
                          std::memory_order_release);
     }
     return myInstance.load(std::memory_order_relaxed);
@@ -64,7 +64,7 @@ OrvIPhotoDatabase* OrvIPhotoDatabase::apertureInstance()
                                                        QStringLiteral("/Applications/Aperture.app"),
                                                        QStringLiteral("ApertureData.xml"),
                                                        QStringLiteral("./Database/apdb/Library.apdb"),
-                                                       OrvFotoDatabaseType(256)),
+                                                       OrvFotoDatabaseType(OrvFotoDatabaseType::Aperture)),
                                  std::memory_order_release);
     }
     return myApertureInstance.load(std::memory_order_relaxed);
@@ -172,5 +172,5 @@ OrvExternalId OrvIPhotoDatabase::albumByVisibleName(const QString& name) const
 
 QStringList OrvIPhotoDatabase::allRegularAlbums() const
 {
-    return albums().filter(OrvExternalAlbumType(1), true).albumNamesSorted();
+    return albums().filter(OrvExternalAlbumType::Regular, true).albumNamesSorted();
 }

@@ -23,7 +23,7 @@ QString photosApplicationPath()
 OrvPhotoKitDatabase::OrvPhotoKitDatabase()
     : OrvExternalDatabase(OrvExternalService(photoKitServiceId, OrvFotoDatabaseType::displayName(photoKitServiceId), QIcon(), QIcon(),
                                              QImage(), 0),
-                          OrvFotoDatabaseType(4096))
+                          OrvFotoDatabaseType(OrvFotoDatabaseType::PhotoKit))
 {
     service().setIcons(QFileIconProvider().icon(QFileInfo(photosApplicationPath())));
     groupModel()->treeModel()->setExternalDatabase(this);

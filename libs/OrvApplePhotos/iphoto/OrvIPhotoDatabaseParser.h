@@ -28,7 +28,9 @@
 // file that is not well-formed gives nothing at all, as a DOM load would.
 // Files above threadedSize are read and walked on a second thread while the
 // calling thread turns what was read into albums and fotos; files above
-// splitSize are read by two readers, one for each half (see parseInput).
+// splitSize are read by two readers, one for each half. The walk is
+// OrvIPhoto::Walker, the readers OrvIPhoto::SplitReader, and the records
+// become albums and fotos in OrvIPhoto::Builder (all private to this folder).
 class OrvIPhotoDatabaseParser : public OrvExternalAccess
 {
 public:
@@ -43,7 +45,7 @@ public:
     OrvExternalAlbumPool albums() const { return myAlbums; }
     OrvExternalFotoPool fotos() const { return myFotos; }
     OrvExternalAlbumPool persons() const { return myPersons; }
-    // What a source shows of the parse: the photos, then the albums, the
+    // What a source shows of the parse: the fotos, then the albums, the
     // persons and one album per month.
     OrvExternalDataPool dataPool() const;
 

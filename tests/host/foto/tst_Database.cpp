@@ -16,13 +16,16 @@
 
 namespace {
 
+// A code no real source uses.
+constexpr quint32 testSourceType = 1u << 20;
+
 class TestDatabase : public OrvExternalDatabase
 {
 public:
     TestDatabase()
         : OrvExternalDatabase(OrvExternalService(QStringLiteral("testsource"), QStringLiteral("Test"), QIcon(), QIcon(),
                                                  QImage(), 0),
-                              OrvFotoDatabaseType(1u << 20))
+                              OrvFotoDatabaseType(testSourceType))
     {
     }
     OrvExternalId album(const QString& remoteId) const { return urlBuilder().build(QStringLiteral("album"), remoteId); }
@@ -179,8 +182,8 @@ TEST(OrvFotoDatabaseFactory, RegistersBuildsAndReloadsControllers)
     TestDatabase db;
     OrvFotoDatabaseFactory* factory = OrvSingleton<OrvFotoDatabaseFactory>::instance();
     factory->clear();
-    factory->registerDatabase(OrvFotoDatabaseType(1u << 20), &db);
-    factory->registerDatabase(OrvFotoDatabaseType(1u << 20), &db);
+    factory->registerDatabase(OrvFotoDatabaseType(testSourceType), &db);
+    factory->registerDatabase(OrvFotoDatabaseType(testSourceType), &db);
     EXPECT_EQ(factory->databases().size(), 1);
     EXPECT_EQ(factory->databaseForService(QStringLiteral("testsource")), &db);
 

@@ -1,0 +1,57 @@
+#pragma once
+
+// The model of the simulated library: one version of it. Committed versions
+// are never changed again, so fetch results and changes can keep them without
+// a lock.
+
+#include "OrvPhotoKitSimAsset.h"
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <vector>
+
+namespace OrvPhotoKitSim {
+
+struct State
+{
+    std::vector<std::shared_ptr<const SimAsset>> assets;  // library order
+    QHash<QString, qsizetype> assetIndex;
+    std::vector<OrvPhotoKit::ObjectPtr> collections;  // creation order
+    QHash<QString, qsizetype> collectionIndex;
+    QHash<QString, QString> parentOf;         // collection -> containing folder ("" at top level)
+    QHash<QString, QStringList> albumAssets;  // album -> its assets in album order
+
+    std::shared_ptr<const SimAsset> asset(const QString& id) const
+    {
+        const auto it = assetIndex.constFind(id);
+        return it == assetIndex.cend() ? nullptr : assets[size_t(*it)];
+    }
+    OrvPhotoKit::ObjectPtr collection(const QString& id) const
+    {
+        const auto it = collectionIndex.constFind(id);
+        return it == collectionIndex.cend() ? nullptr : collections[size_t(*it)];
+    }
+    void reindexAssets()
+    {
+        assetIndex.clear();
+        for (size_t i = 0; i < assets.size(); ++i)
+            assetIndex.insert(assets[i]->localIdentifier(), qsizetype(i));
+    }
+    void reindexCollections()
+    {
+        collectionIndex.clear();
+        for (size_t i = 0; i < collections.size(); ++i)
+            collectionIndex.insert(collections[i]->localIdentifier(), qsizetype(i));
+    }
+    void replaceCollection(const OrvPhotoKit::ObjectPtr& object)
+    {
+        const auto it = collectionIndex.constFind(object->localIdentifier());
+        if (it != collectionIndex.cend())
+            collections[size_t(*it)] = object;
+    }
+};
+
+} // namespace OrvPhotoKitSim
