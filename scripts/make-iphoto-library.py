@@ -8,6 +8,7 @@ reader skips. 100 000 photos give a file of about 100 MB.
 
     make-iphoto-library.py --photos 100000 --out AlbumData.xml
     make-iphoto-library.py --aperture --photos 1000 --out ApertureData.xml
+    make-iphoto-library.py --photos 100000 --shared-images 300 --image-root DIR --out DIR/AlbumData.xml
 
 The output depends only on the options (same seed, same bytes).
 """
@@ -184,6 +185,13 @@ class Library:
         if photo["modified"]:
             photo["original"] = photo["image"]
             photo["image"] = "%s/Previews/%s/%s" % (self.root, folder, name)
+        if self.args.shared_images:
+            # A few hundred real files that many photos share (for benchmarks that decode them).
+            shared = photo_key % self.args.shared_images
+            photo["image"] = "%s/Masters/shared/%04d.jpg" % (self.root, shared)
+            photo["thumb"] = "%s/Thumbnails/shared/%04d.jpg" % (self.root, shared)
+            if photo["modified"]:
+                photo["original"] = photo["image"]
         if rng.random() < 0.2:
             photo["location"] = (rng.uniform(-60, 70), rng.uniform(-170, 170))
         if not movie and rng.random() < 0.18:
@@ -380,6 +388,9 @@ def main():
     parser.add_argument("--image-root", default=None,
                         help="library folder that the image paths start with")
     parser.add_argument("--seed", type=int, default=1, help="random seed (default 1)")
+    parser.add_argument("--shared-images", type=int, default=0, metavar="N",
+                        help="point every photo at one of N shared files Masters/shared/NNNN.jpg and "
+                             "Thumbnails/shared/NNNN.jpg under the image root (default: a file each)")
     parser.add_argument("--aperture", action="store_true", help="write an Aperture ApertureData.xml")
     args = parser.parse_args()
     if args.photos < 0:

@@ -4,7 +4,7 @@
 #include "OrvFotoCacheManager.h"
 #include "OrvFotoRetriever.h"
 #include "OrvMediaLoader.h"
-#include "OrvTargetFolder.h"
+#include "OrvFotoExporter.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -18,25 +18,6 @@ QString usage()
 {
     return QStringLiteral("usage: orv-photos export --source SERVICE --album NAME_OR_URL --size N|full "
                           "--format jpeg|png|original --out DIR\n");
-}
-
-// A file name from the foto's name with the format's suffix, not yet used in the folder.
-QString uniqueName(const OrvTargetFolder& folder, const OrvExternalFoto& foto, const QString& suffix, QSet<QString>& used)
-{
-    QString base = QFileInfo(foto.name()).completeBaseName();
-    QString ending = suffix.isEmpty() ? QFileInfo(foto.name()).suffix() : suffix;
-    if (base.isEmpty())
-        base = foto.id().remoteId().isEmpty() ? QStringLiteral("foto") : foto.id().remoteId();
-    // Names come from the library: keep them inside the folder.
-    base.replace(QLatin1Char('/'), QLatin1Char('_'));
-    if (base.startsWith(QLatin1Char('.')))
-        base.prepend(QLatin1Char('_'));
-    const QString dot = ending.isEmpty() ? QString() : QStringLiteral(".") + ending;
-    QString name = base + dot;
-    for (int n = 2; used.contains(name.toLower()) || folder.isTaken(name); ++n)
-        name = base + QStringLiteral("-%1").arg(n) + dot;
-    used.insert(name.toLower());
-    return name;
 }
 
 } // namespace
@@ -104,47 +85,32 @@ int commandExport(const QStringList& arguments)
         return 1;
     }
 
-    OrvTargetFolder folder(outDir);
-    if (!folder.isOpen()) {
-        err() << "orv-photos export: cannot create " << outDir << ": " << folder.errorString() << "\n";
+    OrvFotoExporter::Options options;
+    options.full = full;
+    options.edge = edge;
+    options.format = format;
+    OrvFotoExporter exporter(outDir, options);
+    if (!exporter.isOpen()) {
+        err() << "orv-photos export: cannot create " << outDir << ": " << exporter.errorString() << "\n";
         return 1;
     }
     const OrvExternalFotoList fotos = database->getExternalDataPoolConst().fotosInAlbum(albumId);
-    const QSize size = full ? FOTO_CACHE_SIZE_FULL : QSize(edge, edge);
-    QSet<QString> used;
     int written = 0;
     for (const OrvExternalFoto& foto : fotos) {
         const std::unique_ptr<OrvFotoRetrieverInterface> retriever(database->createRetrieverInterface(foto.id()));
-        const std::unique_ptr<OrvFotoRetrieverData> data(retriever ? retriever->retrieve(size) : nullptr);
-        OrvMediaFormat writtenFormat = format;
-        OrvTargetFolder::Producer produce;
-        if (data && full) {
-            // The file as asked; stored bytes are streamed, however large.
-            produce = [&](QIODevice* target) { return data->writeFile(format, target); };
-        } else if (data) {
-            // Pixels of that size, encoded as asked ("original": the stored format where it can be written).
-            const OrvFetchDrawableResult result = data->drawable(size);
-            if (!writtenFormat.isValid()) {
-                writtenFormat = foto.fileFormat();
-                if (writtenFormat != OrvMediaFormat(OrvMediaFormat::Png))
-                    writtenFormat = OrvMediaFormat(OrvMediaFormat::Jpeg);
-            }
-            if (result.isValid()) {
-                produce = [result, writtenFormat](QIODevice* target) {
-                    return OrvSingleton<OrvMediaLoader>::instance()->encode(result.drawable(), target, writtenFormat);
-                };
-            }
+        QString name;
+        switch (exporter.write(foto, retriever.get(), &name)) {
+        case OrvFotoExporter::Written:
+            ++written;
+            break;
+        case OrvFotoExporter::WriteFailed:
+            err() << "orv-photos export: cannot write " << exporter.folderPath() << "/" << name << ": "
+                  << exporter.errorString() << "\n";
+            break;
+        case OrvFotoExporter::Nothing:
+            err() << "orv-photos export: nothing for " << foto.id().toString() << "\n";
+            break;
         }
-        const QString name = uniqueName(folder, foto, writtenFormat.isValid() ? writtenFormat.suffix() : QString(), used);
-        if (!produce || !folder.create(name, produce)) {
-            if (produce && folder.writeFailed())
-                err() << "orv-photos export: cannot write " << folder.path() << "/" << name << ": " << folder.errorString() << "\n";
-            else
-                err() << "orv-photos export: nothing for " << foto.id().toString() << "\n";
-            used.remove(name.toLower());
-            continue;
-        }
-        ++written;
     }
     const QString shownPath = QFileInfo(outDir).absoluteFilePath();
     out() << "wrote " << written << " of " << fotos.size() << " fotos to " << QDir::cleanPath(shownPath) << "\n";

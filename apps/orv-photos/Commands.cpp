@@ -25,6 +25,10 @@ QList<OrvCommand> orvCommands()
         {"tree", "tree [--source SERVICE] [--json]  every album and foto of one or all sources", commandTree},
         {"export", "export --source SERVICE --album NAME_OR_URL --size N|full --format jpeg|png|original --out DIR\n"
                    "                                    write an album's fotos into a folder", commandExport},
+        {"browse", "browse [--source SERVICE [--album NAME_OR_URL [--select N]]] [--screenshot FILE] [--size WxH]\n"
+                   "                                    a window with the sources, an album's thumbnails and a foto's\n"
+                   "                                    details; with --screenshot it saves the window as PNG and exits",
+         commandBrowse},
     };
 }
 

@@ -31,6 +31,7 @@ void printJson(const QJsonObject& object);
 int commandSources(const QStringList& arguments);
 int commandTree(const QStringList& arguments);
 int commandExport(const QStringList& arguments);
+int commandBrowse(const QStringList& arguments);
 // Starts the sources and opens every album until nothing new arrives (bounded).
 void openAllAlbums(const QList<OrvExternalDatabase*>& databases);
 

@@ -79,8 +79,17 @@ QString defaultPluginPath()
 
 int main(int argc, char** argv)
 {
-    // A command-line tool: no window system needed unless the caller asks for one.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+    // A command-line tool: no window system needed unless the caller asks for
+    // one, or for the browser on a desktop (its screenshots need none either).
+    bool onScreen = false;
+    for (int i = 1; i < argc; ++i) {
+        if (qstrcmp(argv[i], "browse") == 0)
+            onScreen = true;
+        if (qstrcmp(argv[i], "--screenshot") == 0)
+            onScreen = false;
+    }
+    onScreen = onScreen && (!qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"));
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !onScreen)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     // Qt would take options such as --plugin for itself: parse our own copy.
     QStringList arguments;

@@ -1,0 +1,123 @@
+#include "Commands.h"
+
+#include "OrvBrowserWindow.h"
+#include "OrvExternalDatabase.h"
+#include "OrvFotoDetailsView.h"
+#include "OrvFotoGridModel.h"
+#include "OrvSourceTreeModel.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QListView>
+#include <QThread>
+
+namespace {
+
+QString usage()
+{
+    return QStringLiteral("usage: orv-photos browse [--source SERVICE [--album NAME_OR_URL [--select N]]] "
+                          "[--screenshot FILE] [--size WxH]\n");
+}
+
+// Runs the event loop until done() holds or timeoutMs passes.
+bool settle(const std::function<bool()>& done, int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!done() && timer.elapsed() < timeoutMs) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(5);
+    }
+    return done();
+}
+
+} // namespace
+
+int commandBrowse(const QStringList& arguments)
+{
+    QString service;
+    QString album;
+    QString screenshot;
+    QSize size(1280, 800);
+    int select = -1;
+    for (int i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        if (i + 1 >= arguments.size()) {
+            err() << "orv-photos browse: " << argument << " needs a value\n" << usage();
+            return 1;
+        }
+        const QString value = arguments.at(++i);
+        if (argument == QLatin1String("--source")) {
+            service = value;
+        } else if (argument == QLatin1String("--album")) {
+            album = value;
+        } else if (argument == QLatin1String("--screenshot")) {
+            screenshot = value;
+        } else if (argument == QLatin1String("--select")) {
+            bool ok = false;
+            select = value.toInt(&ok);
+            if (!ok || select < 0) {
+                err() << "orv-photos browse: --select takes the number of a foto, from 0\n";
+                return 1;
+            }
+        } else if (argument == QLatin1String("--size")) {
+            const QStringList parts = value.split(QLatin1Char('x'));
+            size = parts.size() == 2 ? QSize(parts.at(0).toInt(), parts.at(1).toInt()) : QSize();
+            if (size.width() < 200 || size.height() < 200) {
+                err() << "orv-photos browse: --size takes WIDTHxHEIGHT, at least 200x200\n";
+                return 1;
+            }
+        } else {
+            err() << "orv-photos browse: unknown argument " << argument << "\n" << usage();
+            return 1;
+        }
+    }
+    if (service.isEmpty() && !album.isEmpty()) {
+        err() << "orv-photos browse: --album needs --source\n";
+        return 1;
+    }
+
+    QList<OrvExternalDatabase*> sources;
+    for (const auto& source : registeredSources())
+        sources.append(source.second);
+    OrvBrowserWindow window(sources);
+    window.resize(size);
+    window.show();
+    if (!service.isEmpty() && album.isEmpty()) {
+        OrvExternalDatabase* database = nullptr;
+        for (OrvExternalDatabase* source : std::as_const(sources)) {
+            if (source->serviceId() == service)
+                database = source;
+        }
+        if (!database) {
+            err() << "orv-photos browse: no source " << service << "\n";
+            return 1;
+        }
+        window.openSource(database);
+        // Until it has said what it has: albums, or why it has none.
+        settle([&] { return !window.sourceModel()->isLoading(database) && (database->getExternalDataPoolConst().countAlbums() > 0 || !window.placeholderText().isEmpty()); }, 10000);
+    } else if (!service.isEmpty()) {
+        // A source may announce its albums only after it was started.
+        const bool found = settle([&] { return window.openAlbum(service, album); }, 10000);
+        if (!found) {
+            err() << "orv-photos browse: no album " << album << " in " << service << "\n";
+            return 1;
+        }
+        window.waitForVisibleThumbnails(20000);
+        if (select >= 0 && window.gridModel()->rowCount() > select) {
+            window.selectFotos({window.gridModel()->fotoAt(select).id()});
+            settle([&] { return window.detailsView()->hasFullImage() && window.detailsView()->hasMetaData(); }, 20000);
+        }
+    }
+    if (!screenshot.isEmpty()) {
+        window.waitForVisibleThumbnails(20000);
+        QCoreApplication::processEvents();
+        if (!window.grab().save(screenshot, "PNG")) {
+            err() << "orv-photos browse: cannot write " << screenshot << "\n";
+            return 2;
+        }
+        out() << "saved " << screenshot << "\n";
+        return 0;
+    }
+    return QApplication::exec();
+}
