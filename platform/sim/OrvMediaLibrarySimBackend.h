@@ -75,6 +75,15 @@ public:
     void mediaObjectsLoaded(const QString& groupIdentifier);
     // Runs task on the framework's thread.
     static void post(std::function<void()> task);
+    // Calls method of object on the framework's thread, unless the object is gone by then.
+    template <class Object>
+    static void post(const std::shared_ptr<Object>& object, void (Object::*method)())
+    {
+        post([weak = std::weak_ptr<Object>(object), method] {
+            if (const auto locked = weak.lock())
+                (locked.get()->*method)();
+        });
+    }
 
 private:
     Backend() = default;

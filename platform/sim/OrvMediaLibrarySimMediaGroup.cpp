@@ -33,13 +33,8 @@ QList<MediaObjectPtr> SimMediaGroup::mediaObjects()
 {
     bool startLoad = false;
     QList<MediaObjectPtr> objects = myObjects.read(&startLoad);
-    if (startLoad) {
-        const std::weak_ptr<SimMediaGroup> weakSelf = std::static_pointer_cast<SimMediaGroup>(shared_from_this());
-        Backend::post([weakSelf] {
-            if (const auto self = weakSelf.lock())
-                self->loadObjects();
-        });
-    }
+    if (startLoad)
+        Backend::post(std::static_pointer_cast<SimMediaGroup>(shared_from_this()), &SimMediaGroup::loadObjects);
     return objects;
 }
 

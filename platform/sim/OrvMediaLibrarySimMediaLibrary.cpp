@@ -23,11 +23,7 @@ QMap<QString, MediaSourcePtr> SimMediaLibrary::mediaSources()
 
 void SimMediaLibrary::startLoading()
 {
-    const std::weak_ptr<SimMediaLibrary> weakSelf = std::static_pointer_cast<SimMediaLibrary>(shared_from_this());
-    Backend::post([weakSelf] {
-        if (const auto self = weakSelf.lock())
-            self->loadSources();
-    });
+    Backend::post(std::static_pointer_cast<SimMediaLibrary>(shared_from_this()), &SimMediaLibrary::loadSources);
 }
 
 void SimMediaLibrary::loadSources()

@@ -17,13 +17,8 @@ MediaGroupPtr SimMediaSource::rootMediaGroup()
 {
     bool startLoad = false;
     const std::shared_ptr<const Tree> tree = myTree.read(&startLoad);
-    if (startLoad) {
-        const std::weak_ptr<SimMediaSource> weakSelf = std::static_pointer_cast<SimMediaSource>(shared_from_this());
-        Backend::post([weakSelf] {
-            if (const auto self = weakSelf.lock())
-                self->loadRootGroup();
-        });
-    }
+    if (startLoad)
+        Backend::post(std::static_pointer_cast<SimMediaSource>(shared_from_this()), &SimMediaSource::loadRootGroup);
     return tree ? tree->groups[PhotosModel::rootIndex] : nullptr;
 }
 
@@ -32,11 +27,7 @@ void SimMediaSource::reloadRootGroup()
     if (!myTree.isLoaded())
         return;
     myTree.set(myTree.value(), true);
-    const std::weak_ptr<SimMediaSource> weakSelf = std::static_pointer_cast<SimMediaSource>(shared_from_this());
-    Backend::post([weakSelf] {
-        if (const auto self = weakSelf.lock())
-            self->loadRootGroup();
-    });
+    Backend::post(std::static_pointer_cast<SimMediaSource>(shared_from_this()), &SimMediaSource::loadRootGroup);
 }
 
 void SimMediaSource::loadRootGroup()

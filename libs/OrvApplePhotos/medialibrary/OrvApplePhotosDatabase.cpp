@@ -8,7 +8,8 @@
 
 #include <QFileIconProvider>
 #include <QFileInfo>
-#include <QMutex>
+
+#include <mutex>
 
 namespace {
 
@@ -103,8 +104,8 @@ OrvExternalFoto OrvApplePhotosDatabase::findAndInsertExternalFoto(const OrvExter
     const QUrl url = urlForMediaObject(id);
     OrvExternalFoto foto;
     if (url.isValid()) {
-        static QMutex constructionMutex;
-        QMutexLocker locker(&constructionMutex);
+        static std::mutex constructionMutex;
+        std::lock_guard<std::mutex> lock(constructionMutex);
         const QString path = url.toLocalFile();
         foto = OrvExternalFoto(new OrvExternalFotoImplDataLocalDatabase(id, url.fileName(), QDateTime(), path, path, {}));
     }

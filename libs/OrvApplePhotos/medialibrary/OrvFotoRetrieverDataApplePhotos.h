@@ -1,10 +1,7 @@
 #pragma once
 
-#include "OrvExternalId.h"
+#include "OrvApplePhotosDatabase.h"
 #include "OrvFotoRetriever.h"
-#include "OrvMediaLibrary.h"
-
-class OrvApplePhotosDatabase;
 
 // Pixels and bytes of a foto of the MediaLibrary source: the host's reading
 // of its file, inside a security-scoped access to the media object's URL.
@@ -31,8 +28,6 @@ private:
     OrvApplePhotosDatabase* myDatabase;
     OrvExternalId myId;
 };
-
-#include "OrvApplePhotosDatabase.h"
 
 template <class Operation>
 auto OrvFotoRetrieverDataApplePhotos::withAccess(const OrvApplePhotosDatabase* database, const OrvExternalId& id,

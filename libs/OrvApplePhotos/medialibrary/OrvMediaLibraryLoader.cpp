@@ -3,7 +3,6 @@
 #include "OrvApplePhotosDatabase.h"
 #include "OrvPlatformIndependent.h"
 
-#include <QMutexLocker>
 
 using namespace OrvMediaLibrary;
 
@@ -37,7 +36,7 @@ OrvMediaLibraryLoader::~OrvMediaLibraryLoader() = default;
 
 void OrvMediaLibraryLoader::detach()
 {
-    QMutexLocker locker(&myMutex);
+    std::lock_guard<std::recursive_mutex> lock(myMutex);
     myDatabase = nullptr;
     if (myMLMediaLibrary && myObservingMediaSources)
         myMLMediaLibrary->removeObserver(this, mediaSourcesKey, &mediaSourcesContext);
@@ -60,19 +59,19 @@ OrvExternalId OrvMediaLibraryLoader::fotoIdForObject(const QString& identifier)
 
 bool OrvMediaLibraryLoader::isObservingMediaSources() const
 {
-    QMutexLocker locker(&myMutex);
+    std::lock_guard<std::recursive_mutex> lock(myMutex);
     return myObservingMediaSources;
 }
 
 int OrvMediaLibraryLoader::observedGroupCount() const
 {
-    QMutexLocker locker(&myMutex);
+    std::lock_guard<std::recursive_mutex> lock(myMutex);
     return int(myObservedGroups.size());
 }
 
 void OrvMediaLibraryLoader::startObserving()
 {
-    QMutexLocker locker(&myMutex);
+    std::lock_guard<std::recursive_mutex> lock(myMutex);
     if (myMLMediaLibrary || !myDatabase)
         return;
     // The framework is loaded for its two constants and let go again.
@@ -101,7 +100,7 @@ void OrvMediaLibraryLoader::observeValueForKeyPath(const QString&, const ObjectP
 {
     if (change.kind != KeyValueChangeKind::Setting && change.kind != KeyValueChangeKind::Insertion)
         return;
-    QMutexLocker locker(&myMutex);
+    std::lock_guard<std::recursive_mutex> lock(myMutex);
     if (!myDatabase)
         return;
     if (context == &mediaSourcesContext)
@@ -156,7 +155,7 @@ void OrvMediaLibraryLoader::stopObservingGroups()
 
 void OrvMediaLibraryLoader::traverse(const MediaGroupPtr& group)
 {
-    QMutexLocker locker(&myMutex);
+    std::lock_guard<std::recursive_mutex> lock(myMutex);
     QSet<const MediaGroup*> walked;
     traverse(group, walked);
 }
@@ -189,7 +188,7 @@ void OrvMediaLibraryLoader::traverse(const MediaGroupPtr& group, QSet<const Medi
 
 QString OrvMediaLibraryLoader::findOrCreateAlbum(const MediaGroupPtr& group)
 {
-    QMutexLocker locker(&myMutex);
+    std::lock_guard<std::recursive_mutex> lock(myMutex);
     QSet<QString> climbing;
     return findOrCreateAlbum(group, climbing).toUrl().toString(QUrl::FullyEncoded);
 }
@@ -216,7 +215,7 @@ OrvExternalId OrvMediaLibraryLoader::findOrCreateAlbum(const MediaGroupPtr& grou
 
 void OrvMediaLibraryLoader::collect(const MediaGroupPtr& group)
 {
-    QMutexLocker locker(&myMutex);
+    std::lock_guard<std::recursive_mutex> lock(myMutex);
     if (!group || !myDatabase)
         return;
     QSet<QString> climbing;
@@ -239,7 +238,7 @@ void OrvMediaLibraryLoader::collect(const MediaGroupPtr& group)
 
 void OrvMediaLibraryLoader::fetchMore(const QUrl& url)
 {
-    QMutexLocker locker(&myMutex);
+    std::lock_guard<std::recursive_mutex> lock(myMutex);
     const auto entry = myUrlGroupDict.find(url.toString(QUrl::FullyEncoded));
     if (entry == myUrlGroupDict.end())
         return;
@@ -254,7 +253,7 @@ void OrvMediaLibraryLoader::fetchMore(const QUrl& url)
 
 URL OrvMediaLibraryLoader::urlForMediaObject(const QString& identifier) const
 {
-    QMutexLocker locker(&myMutex);
+    std::lock_guard<std::recursive_mutex> lock(myMutex);
     const MediaSourcePtr source = currentSource();
     const MediaObjectPtr object = source ? source->mediaObjectForIdentifier(identifier) : nullptr;
     return object ? object->url() : std::nullopt;

@@ -4,11 +4,11 @@
 #include "OrvMediaLibrary.h"
 
 #include <QHash>
-#include <QRecursiveMutex>
 #include <QSet>
 #include <QUrl>
 
 #include <memory>
+#include <mutex>
 
 class OrvApplePhotosDatabase;
 
@@ -63,7 +63,8 @@ private:
     void stopObservingGroups();
     OrvMediaLibrary::MediaSourcePtr currentSource() const;
 
-    mutable QRecursiveMutex myMutex;
+    // A standard lock rather than Qt's: ThreadSanitizer understands it.
+    mutable std::recursive_mutex myMutex;
     OrvApplePhotosDatabase* myDatabase;
     OrvMediaLibrary::MediaLibraryPtr myMLMediaLibrary;
     bool myObservingMediaSources = false;

@@ -126,8 +126,8 @@ TEST_F(MediaLibrarySim, PropertiesLoadOnFirstReadAndAreAnnouncedOnTheFrameworkTh
     ASSERT_TRUE(source);
 
     source->addObserver(recorder, QStringLiteral("rootMediaGroup"), KeyValueObservingOptionNew, nullptr);
-    EXPECT_FALSE(source->rootMediaGroup());
     EXPECT_FALSE(source->mediaGroupForIdentifier(QStringLiteral("ALB0-0000-0003/L0/040")));
+    EXPECT_FALSE(source->rootMediaGroup());
     backend->waitForQueue();
     const MediaGroupPtr root = source->rootMediaGroup();
     ASSERT_TRUE(root);
