@@ -27,6 +27,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include <malloc.h>
+
 namespace {
 
 // CPU time of this process, all threads: the MediaLibrary source works on the framework's.
@@ -54,6 +56,9 @@ bool isAlbumNode(const OrvExternalAlbum& album)
 {
     return album.id().type() == QLatin1String("album") || album.id().type() == QLatin1String("folder");
 }
+
+// Heap bytes in use: unlike resident memory, not blurred by freed memory being reused.
+qint64 heapBytes() { return qint64(mallinfo2().uordblks); }
 
 struct Run
 {
@@ -98,7 +103,7 @@ Run openEverything(OrvExternalDatabase& database, const std::function<void()>& s
 
 int runOne(const QString& source, const QString& path)
 {
-    const qint64 baseKiB = statusKiB("VmRSS:");
+    const qint64 baseHeap = heapBytes();
     OrvSingleton<OrvFotoCacheManager>::instance()->setBudget(qint64(2) * 1024 * 1024 * 1024);
     QString error;
     std::unique_ptr<OrvExternalDatabase> database;
@@ -130,20 +135,21 @@ int runOne(const QString& source, const QString& path)
             QCoreApplication::processEvents();
         };
     }
-    const qint64 libraryKiB = statusKiB("VmRSS:");
+    const qint64 libraryHeap = heapBytes();
+    const qint64 libraryPeakKiB = statusKiB("VmHWM:");
     const Run run = openEverything(*database, settle);
-    const qint64 afterKiB = statusKiB("VmRSS:");
+    const qint64 afterHeap = heapBytes();
     if (run.fotos == 0) {
         std::fprintf(stderr, "%s: no fotos inserted\n", qPrintable(source));
         return 1;
     }
     std::printf("%-11s %6d albums %7lld fotos inserted (%d in the pool)\n"
                 "            tree: %7.1f ms CPU   albums: %7.1f ms CPU   together %6.2f us/foto   wall %7.1f ms\n"
-                "            memory: library %lld MiB, source %lld MiB (%lld B/foto), peak %lld MiB\n",
+                "            heap: library %lld MiB, source and what it loaded %lld MiB (%lld B/foto); peak resident %lld MiB (%lld MiB after reading the library)\n",
                 qPrintable(source), run.albums, run.fotos, database->countFotos(), run.treeCpu / 1e6, run.openCpu / 1e6,
                 double(run.treeCpu + run.openCpu) / double(run.fotos) / 1000.0, run.wallNs / 1e6,
-                (libraryKiB - baseKiB) / 1024, (afterKiB - libraryKiB) / 1024, (afterKiB - libraryKiB) * 1024 / run.fotos,
-                statusKiB("VmHWM:") / 1024);
+                (libraryHeap - baseHeap) >> 20, (afterHeap - libraryHeap) >> 20, (afterHeap - libraryHeap) / run.fotos,
+                statusKiB("VmHWM:") / 1024, libraryPeakKiB / 1024);
     std::fflush(stdout);
     if (backend)
         OrvMediaLibrary::setBackend(nullptr);
