@@ -10,46 +10,27 @@
 // Without --source both run, each in a child process of its own (so that peak
 // memory is its own), and the ratio of their costs per foto is printed.
 
+#include "BenchSupport.h"
 #include "OrvApplePhotosDatabase.h"
 #include "OrvFotoCacheManager.h"
 #include "OrvPhotoKitDatabase.h"
-#include "OrvPlatformIndependent.h"
 #include "sim/OrvMediaLibrarySimBackend.h"
 #include "sim/OrvPhotoKitSimLibrary.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSet>
 
 #include <cstdio>
-#include <ctime>
 
 #include <malloc.h>
 
 namespace {
 
-// CPU time of this process, all threads: the MediaLibrary source works on the framework's.
-qint64 cpuNs()
-{
-    timespec now{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
-
-qint64 statusKiB(const char* name)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith(name))
-            return line.mid(int(qstrlen(name))).trimmed().split(' ').first().toLongLong();
-    }
-    return -1;
-}
+using OrvBench::cpuNs;
+using OrvBench::statusField;
 
 // The nodes both sources show for the library's albums and folders.
 bool isAlbumNode(const OrvExternalAlbum& album)
@@ -136,7 +117,7 @@ int runOne(const QString& source, const QString& path)
         };
     }
     const qint64 libraryHeap = heapBytes();
-    const qint64 libraryPeakKiB = statusKiB("VmHWM:");
+    const qint64 libraryPeakKiB = statusField("VmHWM:");
     const Run run = openEverything(*database, settle);
     const qint64 afterHeap = heapBytes();
     if (run.fotos == 0) {
@@ -149,7 +130,7 @@ int runOne(const QString& source, const QString& path)
                 qPrintable(source), run.albums, run.fotos, database->countFotos(), run.treeCpu / 1e6, run.openCpu / 1e6,
                 double(run.treeCpu + run.openCpu) / double(run.fotos) / 1000.0, run.wallNs / 1e6,
                 (libraryHeap - baseHeap) >> 20, (afterHeap - libraryHeap) >> 20, (afterHeap - libraryHeap) / run.fotos,
-                statusKiB("VmHWM:") / 1024, libraryPeakKiB / 1024);
+                statusField("VmHWM:") / 1024, libraryPeakKiB / 1024);
     std::fflush(stdout);
     if (backend)
         OrvMediaLibrary::setBackend(nullptr);

@@ -110,7 +110,7 @@ OrvExternalFoto OrvApplePhotosDatabase::findAndInsertExternalFoto(const OrvExter
         foto = OrvExternalFoto(new OrvExternalFotoImplDataLocalDatabase(id, url.fileName(), QDateTime(), path, path, {}));
     }
     if (foto.isValid()) {
-        // Whatever the host cached under this id belonged to something else.
+        // The host may have noted the foto as missing while it did not exist yet.
         const OrvFoto hostFoto = createFoto(id);
         OrvSingleton<OrvFotoCacheManager>::instance()->invalidate(hostFoto);
         OrvSingleton<OrvFotoStatusRegistry>::instance()->invalidate(hostFoto);

@@ -3,7 +3,6 @@
 #include "OrvApplePhotosDatabase.h"
 #include "OrvPlatformIndependent.h"
 
-
 using namespace OrvMediaLibrary;
 
 namespace {
