@@ -7,6 +7,7 @@
 //
 // Each size runs in a child process of its own, so that peak memory is its own.
 
+#include "BenchSupport.h"
 #include "OrvFotoCacheManager.h"
 #include "OrvPhotoKitDatabase.h"
 #include "OrvPhotoKitLoader.h"
@@ -14,34 +15,14 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QProcess>
 
 #include <cstdio>
-#include <ctime>
 
 namespace {
 
-// CPU time of this process: the machine is shared, wall time says little about our code.
-qint64 cpuNs()
-{
-    timespec now{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
-
-// Peak and current resident memory of this process in KiB.
-qint64 statusField(const char* name)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith(name))
-            return line.mid(int(qstrlen(name))).trimmed().split(' ').first().toLongLong();
-    }
-    return -1;
-}
+using OrvBench::cpuNs;
+using OrvBench::statusField;
 
 std::shared_ptr<OrvPhotoKitSim::Library> makeLibrary(int count)
 {

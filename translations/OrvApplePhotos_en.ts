@@ -61,4 +61,11 @@ Check the privacy settings in System Settings.</translation>
         <translation>File System</translation>
     </message>
 </context>
+<context>
+    <name>OrvFotoRetrieverInterfaceApplePhotos</name>
+    <message>
+        <source>&lt;b&gt;Fotos werden geladen&lt;/b&gt;</source>
+        <translation>&lt;b&gt;Loading photos&lt;/b&gt;</translation>
+    </message>
+</context>
 </TS>

@@ -5,6 +5,7 @@
 #include "OrvPlatformIndependent.h"
 #include "OrvProgramConfig.h"
 #include "OrvUserFile.h"
+#include "sim/OrvMediaLibrarySimBackend.h"
 #include "sim/OrvPhotoKitSimLibrary.h"
 
 #include <QApplication>
@@ -39,6 +40,8 @@ void printUsage()
              "  --photos-library FILE  simulated Photos library description (JSON, see platform/sim/README.md);\n"
              "                         the PhotoKit source shows it (needs --os macos:10.15 or later); access is\n"
              "                         granted unless the description's \"authorization\" says otherwise\n"
+             "                         (before macOS 10.15 the MediaLibrary source \"applephotos\" shows it)\n"
+             "  --images-only          the host wants photos only: sources leave movies out\n"
              "  --language de|en       language of album names and messages (default: de for a German\n"
              "                         system locale, en otherwise)\n"
              "commands:\n";
@@ -125,6 +128,10 @@ int main(int argc, char** argv)
             verbose = true;
             continue;
         }
+        if (option == QLatin1String("--images-only")) {
+            OrvSingleton<OrvPlatformIndependent>::instance()->setImagesOnly(true);
+            continue;
+        }
         if (arguments.isEmpty()) {
             err() << "orv-photos: " << option << " needs a value\n";
             return 1;
@@ -193,6 +200,7 @@ int main(int argc, char** argv)
     OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
     // The plug-in runs on the simulated frameworks here (--photos-library).
     OrvPhotoKitSim::install();
+    OrvMediaLibrarySim::install();
     QLibrary plugin(pluginPath);
     const QFileInfo pluginFile(pluginPath);
     if (!pluginFile.isFile() || !plugin.load()) {

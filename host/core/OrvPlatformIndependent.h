@@ -6,6 +6,7 @@
 #include <QOperatingSystemVersion>
 #include <QString>
 
+#include <atomic>
 #include <optional>
 
 // What the process runs on. A host program or a test may pretend to run on
@@ -18,6 +19,10 @@ public:
     void resetOperatingSystemVersion();
 
     bool isMacOS() const;
+
+    // Whether the host wants photos only (no movies); sources that can tell leave movies out.
+    bool imagesOnly() const { return myImagesOnly.load(); }
+    void setImagesOnly(bool imagesOnly) { myImagesOnly.store(imagesOnly); }
     // "macos:14.0", "macos:10.14.6", "linux", "windows:10"; false for anything else.
     static std::optional<QOperatingSystemVersion> parseOperatingSystem(const QString& text);
     static QString describe(const QOperatingSystemVersion& version);
@@ -28,4 +33,5 @@ private:
 
     mutable QMutex myMutex;
     std::optional<QOperatingSystemVersion> myOverride;
+    std::atomic<bool> myImagesOnly{false};
 };

@@ -1,5 +1,6 @@
 #include "OrvApplePhotosInitializer.h"
 
+#include "OrvApplePhotosDatabase.h"
 #include "OrvExternalDatabase.h"
 #include "OrvFotoRegistries.h"
 #include "OrvIPhotoDatabase.h"
@@ -45,6 +46,9 @@ void OrvApplePhotosInitializer::setup(OrvInitializerOption)
         const QString path = OrvSingleton<OrvFotoSettings>::instance()->fotoListExportPath();
         if (!path.isEmpty() && QFileInfo::exists(path))
             OrvSingleton<OrvFotoListRegistry>::instance()->entry(path).readListFromDisk();
+    } else {
+        // Older systems (and any other) see the Photos library through MediaLibrary; no foto list there.
+        registerSource(OrvFotoDatabaseType(OrvFotoDatabaseType::ApplePhotos), OrvSingleton<OrvApplePhotosDatabase>::instance());
     }
     OrvSingleton<OrvFotoSourceControllerRegistry>::instance()->reloadControllers();
 }

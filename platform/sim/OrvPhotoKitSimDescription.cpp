@@ -1,6 +1,7 @@
 // Reading a simulated Photos library from its description file (README.md).
 
-#include "OrvPhotoKitSimLibrary.h"
+#include "OrvPhotoKitSimDescription.h"
+
 #include "OrvUserFile.h"
 
 #include <QDir>
@@ -155,55 +156,63 @@ bool readCollection(const QJsonObject& object, const QString& parent, QList<Coll
 
 } // namespace
 
-std::shared_ptr<Library> Library::loadDescription(const QString& path, QString* error)
+std::optional<Description> Description::read(const QString& path, QString* error)
 {
     OrvUserFile file(path, OrvUserFile::LibraryDescription);
     const QByteArray bytes = file.open() ? file.readWhole() : QByteArray();
     if (file.status() != OrvUserFile::Ok) {
         fail(error, file.reason());
-        return nullptr;
+        return std::nullopt;
     }
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &parseError);
     if (document.isNull() || !document.isObject()) {
         fail(error, parseError.error != QJsonParseError::NoError ? parseError.errorString() : QStringLiteral("not an object"));
-        return nullptr;
+        return std::nullopt;
     }
     const QJsonObject root = document.object();
     const QDir base = QFileInfo(path).absoluteDir();
 
-    QList<CollectionSpec> collections;
+    Description description;
     for (const QJsonValue& value : root.value(QLatin1String("collections")).toArray()) {
-        if (!value.isObject() || !readCollection(value.toObject(), QString(), &collections, error))
-            return nullptr;
+        if (!value.isObject() || !readCollection(value.toObject(), QString(), &description.collections, error))
+            return std::nullopt;
     }
-    QList<AssetSpec> assets;
-    QList<QStringList> assetAlbums;
     for (const QJsonValue& value : root.value(QLatin1String("assets")).toArray()) {
         AssetSpec asset;
         QStringList albums;
         if (!value.isObject() || !readAsset(value.toObject(), base, &asset, &albums, error))
-            return nullptr;
-        assets.append(asset);
-        assetAlbums.append(albums);
+            return std::nullopt;
+        description.assets.append(asset);
+        description.assetAlbums.append(albums);
     }
 
-    auto library = create();
     const QJsonObject authorization = root.value(QLatin1String("authorization")).toObject();
     // A library on disk is one the user has opened before: access granted unless it says otherwise.
     const auto status = statusFromName(authorization.value(QLatin1String("status")).toString(QStringLiteral("authorized")));
     const auto answer = statusFromName(authorization.value(QLatin1String("answer")).toString(QStringLiteral("authorized")));
     if (!status || !answer) {
         fail(error, QStringLiteral("bad authorization"));
-        return nullptr;
+        return std::nullopt;
     }
-    library->setAuthorizationStatus(*status);
-    library->setAuthorizationAnswer(*answer);
+    description.status = *status;
+    description.answer = *answer;
+    return description;
+}
+
+std::shared_ptr<Library> Library::loadDescription(const QString& path, QString* error)
+{
+    const std::optional<Description> description = Description::read(path, error);
+    if (!description)
+        return nullptr;
+    auto library = create();
+    library->setAuthorizationStatus(description->status);
+    library->setAuthorizationAnswer(description->answer);
     library->performChanges([&] {
-        for (const CollectionSpec& collection : collections)
+        for (const CollectionSpec& collection : description->collections)
             library->addCollection(collection);
-        for (qsizetype i = 0; i < assets.size(); ++i)
-            library->addAsset(assets[i], assetAlbums[i]);
+        for (qsizetype i = 0; i < description->assets.size(); ++i)
+            library->addAsset(description->assets[i], description->assetAlbums[i]);
     });
     return library;
 }

@@ -71,14 +71,19 @@ TEST_F(InitializerFixture, RegistersTheSourcesInTheirFixedOrderForTheSystem)
     for (int programId : {1, 8}) {
         EXPECT_EQ(setUpOn("macos:14.0", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::PhotoKit}));
         EXPECT_EQ(setUpOn("macos:10.15.0", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::PhotoKit}));
-        EXPECT_EQ(setUpOn("macos:10.14.6", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture}));
-        EXPECT_EQ(setUpOn("linux", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture}));
+        EXPECT_EQ(setUpOn("macos:10.14.6", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::ApplePhotos}));
+        EXPECT_EQ(setUpOn("linux", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::ApplePhotos}));
     }
     OrvFotoDatabaseFactory* factory = OrvSingleton<OrvFotoDatabaseFactory>::instance();
     setUpOn("macos:14.0");
     EXPECT_EQ(factory->database(OrvFotoDatabaseType(OrvFotoDatabaseType::IPhoto))->serviceId(), QStringLiteral("iphoto"));
     EXPECT_EQ(factory->database(OrvFotoDatabaseType(OrvFotoDatabaseType::Aperture))->serviceId(), QStringLiteral("aperture"));
     EXPECT_EQ(factory->database(OrvFotoDatabaseType(OrvFotoDatabaseType::PhotoKit))->serviceId(), QStringLiteral("photokit"));
+    setUpOn("macos:10.14.6");
+    EXPECT_EQ(factory->database(OrvFotoDatabaseType(OrvFotoDatabaseType::ApplePhotos))->serviceId(), QStringLiteral("applephotos"));
+    EXPECT_FALSE(factory->database(OrvFotoDatabaseType(OrvFotoDatabaseType::PhotoKit)));
+    setUpOn("macos:14.0");
+    EXPECT_FALSE(factory->database(OrvFotoDatabaseType(OrvFotoDatabaseType::ApplePhotos)));
     // Singletons: a second set-up registers the same objects again.
     OrvExternalDatabase* photokit = factory->database(OrvFotoDatabaseType(OrvFotoDatabaseType::PhotoKit));
     setUpOn("macos:14.0");
