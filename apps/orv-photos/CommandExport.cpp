@@ -21,10 +21,11 @@ QString usage()
 }
 
 // A file name from the foto's name with the format's suffix, not yet used in the folder.
-QString uniqueName(const OrvTargetFolder& folder, const OrvExternalFoto& foto, const QString& suffix, QSet<QString>& used)
+QString uniqueName(const OrvTargetFolder& folder, const QString& fotoName, const OrvExternalFoto& foto, const QString& suffix,
+                   QSet<QString>& used)
 {
-    QString base = QFileInfo(foto.name()).completeBaseName();
-    QString ending = suffix.isEmpty() ? QFileInfo(foto.name()).suffix() : suffix;
+    QString base = QFileInfo(fotoName).completeBaseName();
+    QString ending = suffix.isEmpty() ? QFileInfo(fotoName).suffix() : suffix;
     if (base.isEmpty())
         base = foto.id().remoteId().isEmpty() ? QStringLiteral("foto") : foto.id().remoteId();
     // Names come from the library: keep them inside the folder.
@@ -130,12 +131,20 @@ int commandExport(const QStringList& arguments)
                     writtenFormat = OrvMediaFormat(OrvMediaFormat::Jpeg);
             }
             if (result.isValid()) {
-                produce = [result, writtenFormat](QIODevice* target) {
-                    return OrvSingleton<OrvMediaLoader>::instance()->encode(result.drawable(), target, writtenFormat);
+                // Sources may deliver a little more than asked (Photos: what covers the square); fit it.
+                QImage image = result.drawable().image();
+                const QSize fitted = OrvMediaLoader::fittedSize(image.size(), size);
+                if (fitted != image.size())
+                    image = image.scaled(fitted, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+                produce = [image, writtenFormat](QIODevice* target) {
+                    return OrvSingleton<OrvMediaLoader>::instance()->encode(image, target, writtenFormat);
                 };
             }
         }
-        const QString name = uniqueName(folder, foto, writtenFormat.isValid() ? writtenFormat.suffix() : QString(), used);
+        // Originals go by the name of the file they were (the asset's original file name in Photos).
+        const QString fotoName = full && !format.isValid() ? foto.fileName() : foto.name();
+        const QString name =
+            uniqueName(folder, fotoName, foto, writtenFormat.isValid() ? writtenFormat.suffix() : QString(), used);
         if (!produce || !folder.create(name, produce)) {
             if (produce && folder.writeFailed())
                 err() << "orv-photos export: cannot write " << folder.path() << "/" << name << ": " << folder.errorString() << "\n";

@@ -5,6 +5,7 @@
 #include "OrvPlatformIndependent.h"
 #include "OrvProgramConfig.h"
 #include "OrvUserFile.h"
+#include "OrvImageIOQt.h"
 #include "sim/OrvPhotoKitSimLibrary.h"
 
 #include <QApplication>
@@ -184,6 +185,7 @@ int main(int argc, char** argv)
     OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
     // The plug-in runs on the simulated frameworks here (--photos-library).
     OrvPhotoKitSim::install();
+    OrvImageIOQt::install();
     QLibrary plugin(pluginPath);
     const QFileInfo pluginFile(pluginPath);
     if (!pluginFile.isFile() || !plugin.load()) {
