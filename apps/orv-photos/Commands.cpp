@@ -25,6 +25,10 @@ QList<OrvCommand> orvCommands()
         {"tree", "tree [--source SERVICE] [--json]  every album and foto of one or all sources", commandTree},
         {"export", "export --source SERVICE --album NAME_OR_URL --size N|full --format jpeg|png|original --out DIR\n"
                    "                                    write an album's fotos into a folder", commandExport},
+        {"ls", "ls PATH                           a directory's entries with kind, permissions and date\n"
+               "                                    (photokitfs: paths with --program-id 8)", commandLs},
+        {"paste", "paste FILE...                     a drop of Photos assets, one property list file an item:\n"
+                  "                                    the URLs it gives and the fotos they name", commandPaste},
     };
 }
 
