@@ -68,12 +68,12 @@ bool OrvImageIOQtDestination::encode(const Pending& pending, QByteArray* out) co
 
 bool OrvImageIOQtDestination::finalize()
 {
-    if (myFinalized || !myData || int(myImages.size()) != myCount)
+    if (myFinalized || !myData)
         return false;
     myFinalized = true;
     // One image a file: every type written here holds one.
     QByteArray encoded;
-    if (myImages.size() != 1 || !encode(myImages.front(), &encoded) || encoded.isEmpty()) {
+    if (int(myImages.size()) != myCount || myImages.size() != 1 || !encode(myImages.front(), &encoded) || encoded.isEmpty()) {
         myData->clear();
         return false;
     }
