@@ -61,8 +61,9 @@ QVariantMap failure(int requestId, const QString& reason, bool inCloud = false)
     return info;
 }
 
-// The image at a longer side of at most maxPixelSize (0: full size), upright.
-QImage render(const QString& path, int maxPixelSize)
+// The image at a longer side of at most maxPixelSize (0: full size), upright;
+// exactly of size where one is given (the bound may round a side up by a pixel).
+QImage render(const QString& path, int maxPixelSize, const QSize& size = QSize())
 {
     const OrvImageIO::ImageIOPtr imageIO = OrvImageIO::sharedImageIO();
     OrvImageIO::SourceOptions options;
@@ -71,7 +72,10 @@ QImage render(const QString& path, int maxPixelSize)
     options.createThumbnailFromImageAlways = true;
     options.thumbnailMaxPixelSize = maxPixelSize;
     const OrvImageIO::ImageSourcePtr source = imageIO ? imageIO->createImageSourceWithURL(path, options) : nullptr;
-    return source ? source->createThumbnailAtIndex(0, options) : QImage();
+    const QImage image = source ? source->createThumbnailAtIndex(0, options) : QImage();
+    if (image.isNull() || !size.isValid() || image.size() == size || maxPixelSize == 0)
+        return image;
+    return image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
 } // namespace
@@ -197,7 +201,7 @@ int SimImageManager::requestImageForAsset(const AssetPtr& asset, const QSizeF& t
         const QString path = rendition.path;
         const bool allowed = download(options, [=](bool failed) {
             if (!failed) {
-                const QImage image = render(path, maxPixelSize);
+                const QImage image = render(path, maxPixelSize, rendered);
                 resultHandler(image, image.isNull() ? failure(requestId, QStringLiteral("cannot decode")) : done);
                 return;
             }
@@ -214,7 +218,7 @@ int SimImageManager::requestImageForAsset(const AssetPtr& asset, const QSizeF& t
         const int size = options.deliveryMode == ImageRequestDeliveryMode::FastFormat && maxPixelSize > 0
             ? std::max(1, maxPixelSize / 4)
             : maxPixelSize;
-        const QImage image = render(rendition.path, size);
+        const QImage image = render(rendition.path, size, size == maxPixelSize ? rendered : QSize());
         resultHandler(image, image.isNull() ? failure(requestId, QStringLiteral("cannot decode")) : done);
         return requestId;
     }
@@ -230,7 +234,7 @@ int SimImageManager::requestImageForAsset(const AssetPtr& asset, const QSizeF& t
             if (mode == ImageRequestDeliveryMode::FastFormat)
                 return;
         }
-        const QImage image = render(path, maxPixelSize);
+        const QImage image = render(path, maxPixelSize, rendered);
         resultHandler(image, image.isNull() ? failure(requestId, QStringLiteral("cannot decode")) : done);
     });
     return requestId;

@@ -88,7 +88,7 @@ OrvPhotoKitLoader::OrvPhotoKitLoader(OrvPhotoKitDatabase* database)
     : myDatabase(database),
       mySortDescriptors{SortDescriptor{QStringLiteral("creationDate"), false}},
       myLibrary(sharedPhotoLibrary()),
-      myRetrieval(myLibrary, [this] {
+      myRetrieval([this] {
           QMutexLocker locker(&myMutex);
           return myDatabase;
       })

@@ -75,16 +75,24 @@ void logNotFound(const char* function, const QString& localIdentifier)
 
 } // namespace
 
-OrvPhotoKitRetrieval::OrvPhotoKitRetrieval(PhotoLibraryPtr library, DatabaseGetter database)
-    : myLibrary(std::move(library)), myDatabase(std::move(database))
-{
-}
+OrvPhotoKitRetrieval::OrvPhotoKitRetrieval(DatabaseGetter database) : myDatabase(std::move(database)) {}
 
-AssetPtr OrvPhotoKitRetrieval::lookUp(const QString& localIdentifier) const
+AssetPtr OrvPhotoKitRetrieval::lookUp(const QString& localIdentifier)
 {
-    const FetchResultPtr assets = myLibrary ? myLibrary->fetchAssetsWithLocalIdentifiers({localIdentifier}, nullptr) : nullptr;
+    const PhotoLibraryPtr library = sharedPhotoLibrary();
+    const FetchResultPtr assets = library ? library->fetchAssetsWithLocalIdentifiers({localIdentifier}, nullptr) : nullptr;
     return assets && assets->count() > 0 ? asAsset(assets->firstObject()) : nullptr;
 }
+
+namespace {
+
+ImageManagerPtr defaultManager()
+{
+    const PhotoLibraryPtr library = sharedPhotoLibrary();
+    return library ? library->defaultManager() : nullptr;
+}
+
+} // namespace
 
 ImageRequestOptions OrvPhotoKitRetrieval::requestOptions(ImageRequestDeliveryMode mode)
 {
@@ -113,7 +121,7 @@ QImage OrvPhotoKitRetrieval::requestImage(const OrvExternalId& id, const QSize& 
     const ImageRequestOptions options =
         requestOptions(immediately ? ImageRequestDeliveryMode::HighQualityFormat : ImageRequestDeliveryMode::Opportunistic);
     const QSizeF target = sized ? QSizeF(targetSize) : ImageManagerMaximumSize;
-    const ImageManagerPtr manager = myLibrary->defaultManager();
+    const ImageManagerPtr manager = defaultManager();
     if (!manager)
         return {};
     const auto pending = std::make_shared<Pending<QImage>>();
@@ -140,7 +148,7 @@ QImage OrvPhotoKitRetrieval::requestImage(const OrvExternalId& id, const QSize& 
 QImage OrvPhotoKitRetrieval::requestFullImage(const OrvExternalId& id)
 {
     const AssetPtr asset = lookUp(OrvPhotoKitLoader::localIdentifierForExternalId(id));
-    const ImageManagerPtr manager = asset ? myLibrary->defaultManager() : nullptr;
+    const ImageManagerPtr manager = asset ? defaultManager() : nullptr;
     if (!manager)
         return {};
     const auto pending = std::make_shared<Pending<QImage>>();
@@ -193,7 +201,7 @@ QImage OrvPhotoKitRetrieval::readImageAndInsertMetaData(const AssetPtr& asset, c
 QByteArray OrvPhotoKitRetrieval::file(const OrvExternalId& id, const QString& destinationUti)
 {
     const AssetPtr asset = lookUp(OrvPhotoKitLoader::localIdentifierForExternalId(id));
-    const ImageManagerPtr manager = asset ? myLibrary->defaultManager() : nullptr;
+    const ImageManagerPtr manager = asset ? defaultManager() : nullptr;
     if (!manager)
         return {};
     const auto pending = std::make_shared<Pending<QByteArray>>();

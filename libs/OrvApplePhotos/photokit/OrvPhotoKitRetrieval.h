@@ -24,7 +24,7 @@ class OrvPhotoKitRetrieval
 public:
     // The database is asked for on every request: it goes away before the loader does.
     using DatabaseGetter = std::function<OrvPhotoKitDatabase*()>;
-    OrvPhotoKitRetrieval(OrvPhotoKit::PhotoLibraryPtr library, DatabaseGetter database);
+    explicit OrvPhotoKitRetrieval(DatabaseGetter database);
 
     // A bitmap that covers size (AspectFill); an invalid size asks for the full
     // image first, then for the largest rendition PhotoKit has (not cached).
@@ -45,9 +45,9 @@ public:
     QImage readImageAndInsertMetaData(const OrvPhotoKit::AssetPtr& asset, const QByteArray& data, const QString& dataUti);
 
 private:
-    OrvPhotoKit::AssetPtr lookUp(const QString& localIdentifier) const;
+    // The shared library of the moment, as PhotoKit's class methods reach it.
+    static OrvPhotoKit::AssetPtr lookUp(const QString& localIdentifier);
     static OrvPhotoKit::ImageRequestOptions requestOptions(OrvPhotoKit::ImageRequestDeliveryMode mode);
 
-    OrvPhotoKit::PhotoLibraryPtr myLibrary;
     DatabaseGetter myDatabase;
 };
