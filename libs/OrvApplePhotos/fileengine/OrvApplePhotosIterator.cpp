@@ -20,3 +20,12 @@ QString OrvApplePhotosIterator::currentFileName() const
 {
     return myIndex >= 0 && myIndex < myEntries.size() ? myEntries.at(myIndex) : QString();
 }
+
+QFileInfo OrvApplePhotosIterator::currentFileInfo() const
+{
+    if (myInfoIndex != myIndex) {
+        myInfo = QFileInfo(currentFilePath());
+        myInfoIndex = myIndex;
+    }
+    return myInfo;
+}

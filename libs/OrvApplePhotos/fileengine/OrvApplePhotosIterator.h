@@ -13,8 +13,12 @@ public:
     QString next() override;
     // The entry at the index; empty before the first and past the last.
     QString currentFileName() const override;
+    // Made once an entry: QDirIterator asks for it several times.
+    QFileInfo currentFileInfo() const override;
 
 private:
     QStringList myEntries;
     int myIndex = -1;
+    mutable QFileInfo myInfo;
+    mutable int myInfoIndex = -1;
 };
