@@ -1,9 +1,6 @@
 #include "OrvImageIO.h"
 
-#include <QDebug>
-
-#include <atomic>
-#include <mutex>
+#include "OrvBackendSlot.h"
 
 namespace OrvImageIO {
 
@@ -13,34 +10,16 @@ ImageIO::~ImageIO() = default;
 
 namespace {
 
-std::mutex providerMutex;
-ImageIOProvider& provider()
+OrvBackendSlot<ImageIOPtr>& backend()
 {
-    static ImageIOProvider installed;
-    return installed;
+    static OrvBackendSlot<ImageIOPtr> slot("ImageIO: no backend installed");
+    return slot;
 }
 
 } // namespace
 
-void setImageIOProvider(ImageIOProvider newProvider)
-{
-    std::lock_guard<std::mutex> lock(providerMutex);
-    provider() = std::move(newProvider);
-}
+void setImageIOProvider(ImageIOProvider newProvider) { backend().set(std::move(newProvider)); }
 
-ImageIOPtr sharedImageIO()
-{
-    ImageIOProvider current;
-    {
-        std::lock_guard<std::mutex> lock(providerMutex);
-        current = provider();
-    }
-    if (current)
-        return current();
-    static std::atomic<bool> told{false};
-    if (!told.exchange(true))
-        qDebug() << "ImageIO: no backend installed";
-    return {};
-}
+ImageIOPtr sharedImageIO() { return backend().get(); }
 
 } // namespace OrvImageIO
