@@ -2,8 +2,10 @@
 # Runs a libFuzzer target (clang, ASan + UBSan):
 #   iphoto  the iPhoto library parser (one reader against two)
 #   image   photo files through the host's opener, decoders and Exiv2
+#   plist   pasteboard items of dragged Photos assets (property lists, libplist)
+#   imagesource  image bytes through the image I/O's sources and a JPEG destination
 #
-#   scripts/fuzz.sh iphoto|image SECONDS [BUILD_DIR]
+#   scripts/fuzz.sh iphoto|image|plist|imagesource SECONDS [BUILD_DIR]
 #
 # Configures and builds BUILD_DIR (default build-fuzz in the checkout), runs the fuzzer
 # for SECONDS on one core, keeps going after findings, and prints the
@@ -13,13 +15,15 @@
 set -eu
 
 if [ $# -lt 2 ] || [ $# -gt 3 ]; then
-    echo "usage: $0 iphoto|image SECONDS [BUILD_DIR]" >&2
+    echo "usage: $0 iphoto|image|plist|imagesource SECONDS [BUILD_DIR]" >&2
     exit 2
 fi
 case "$1" in
     iphoto) TARGET=iphoto_parser_fuzzer; EXTRA="-max_len=16384 -dict=fuzz/iphoto.dict" ;;
     image) TARGET=image_fuzzer; EXTRA="-max_len=65536" ;;
-    *) echo "usage: $0 iphoto|image SECONDS [BUILD_DIR]" >&2; exit 2 ;;
+    plist) TARGET=plist_item_fuzzer; EXTRA="-max_len=4096" ;;
+    imagesource) TARGET=image_source_fuzzer; EXTRA="-max_len=65536" ;;
+    *) echo "usage: $0 iphoto|image|plist|imagesource SECONDS [BUILD_DIR]" >&2; exit 2 ;;
 esac
 NAME=$1
 SECONDS_TO_RUN=$2

@@ -29,6 +29,11 @@ QList<OrvCommand> orvCommands()
                    "                                    a window with the sources, an album's thumbnails and a foto's\n"
                    "                                    details; with --screenshot it saves the window as PNG and exits",
          commandBrowse},
+
+        {"ls", "ls PATH                           a directory's entries with kind, permissions and date\n"
+               "                                    (photokitfs: paths with --program-id 8)", commandLs},
+        {"paste", "paste FILE...                     a drop of Photos assets, one property list file an item:\n"
+                  "                                    the URLs it gives and the fotos they name", commandPaste},
     };
 }
 

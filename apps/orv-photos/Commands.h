@@ -32,6 +32,9 @@ int commandSources(const QStringList& arguments);
 int commandTree(const QStringList& arguments);
 int commandExport(const QStringList& arguments);
 int commandBrowse(const QStringList& arguments);
+
+int commandLs(const QStringList& arguments);
+int commandPaste(const QStringList& arguments);
 // Starts the sources and opens every album until nothing new arrives (bounded).
 void openAllAlbums(const QList<OrvExternalDatabase*>& databases);
 

@@ -6,6 +6,8 @@
 #include "OrvProgramConfig.h"
 #include "OrvUserFile.h"
 #include "sim/OrvMediaLibrarySimBackend.h"
+
+#include "OrvImageIOQt.h"
 #include "sim/OrvPhotoKitSimLibrary.h"
 
 #include <QApplication>
@@ -201,6 +203,8 @@ int main(int argc, char** argv)
     // The plug-in runs on the simulated frameworks here (--photos-library).
     OrvPhotoKitSim::install();
     OrvMediaLibrarySim::install();
+
+    OrvImageIOQt::install();
     QLibrary plugin(pluginPath);
     const QFileInfo pluginFile(pluginPath);
     if (!pluginFile.isFile() || !plugin.load()) {

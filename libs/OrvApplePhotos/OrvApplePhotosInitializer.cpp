@@ -1,6 +1,8 @@
 #include "OrvApplePhotosInitializer.h"
 
 #include "OrvApplePhotosDatabase.h"
+#include "OrvApplePhotosFile.h"
+#include "OrvMacPasteboardMimePhotosAsset.h"
 #include "OrvExternalDatabase.h"
 #include "OrvFotoRegistries.h"
 #include "OrvIPhotoDatabase.h"
@@ -38,6 +40,11 @@ OrvApplePhotosInitializer::~OrvApplePhotosInitializer() = default;
 
 void OrvApplePhotosInitializer::setup(OrvInitializerOption)
 {
+    // Photos assets as files (only the host program that resolves such paths) and dragged in.
+    if (OrvSingleton<OrvProgramConfig>::instance()->programID() == 8)
+        OrvApplePhotosFile::installHandler();
+    static OrvMacPasteboardMimePhotosAsset* photosAssetConverter = new OrvMacPasteboardMimePhotosAsset;
+    Q_UNUSED(photosAssetConverter);
     registerSource(OrvFotoDatabaseType(OrvFotoDatabaseType::IPhoto), OrvIPhotoDatabase::instance());
     registerSource(OrvFotoDatabaseType(OrvFotoDatabaseType::Aperture), OrvIPhotoDatabase::apertureInstance());
     if (usesPhotoKit()) {

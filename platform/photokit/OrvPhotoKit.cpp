@@ -1,9 +1,6 @@
 #include "OrvPhotoKit.h"
 
-#include <QDebug>
-
-#include <atomic>
-#include <mutex>
+#include "OrvBackendSlot.h"
 
 namespace OrvPhotoKit {
 
@@ -51,35 +48,16 @@ CollectionPtr asCollection(const ObjectPtr& object)
 
 namespace {
 
-std::mutex providerMutex;
-PhotoLibraryProvider& provider()
+OrvBackendSlot<PhotoLibraryPtr>& backend()
 {
-    static PhotoLibraryProvider installed;
-    return installed;
+    static OrvBackendSlot<PhotoLibraryPtr> slot("PhotoKit: no backend installed");
+    return slot;
 }
 
 } // namespace
 
-void setSharedPhotoLibraryProvider(PhotoLibraryProvider newProvider)
-{
-    std::lock_guard<std::mutex> lock(providerMutex);
-    provider() = std::move(newProvider);
-}
+void setSharedPhotoLibraryProvider(PhotoLibraryProvider newProvider) { backend().set(std::move(newProvider)); }
 
-PhotoLibraryPtr sharedPhotoLibrary()
-{
-    PhotoLibraryProvider current;
-    {
-        std::lock_guard<std::mutex> lock(providerMutex);
-        current = provider();
-    }
-    // Called outside the lock: a backend may take its time to make its library.
-    if (current)
-        return current();
-    static std::atomic<bool> told{false};
-    if (!told.exchange(true))
-        qDebug() << "PhotoKit: no backend installed";
-    return {};
-}
+PhotoLibraryPtr sharedPhotoLibrary() { return backend().get(); }
 
 } // namespace OrvPhotoKit

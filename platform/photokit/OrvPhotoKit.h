@@ -246,7 +246,15 @@ enum class ImageContentMode : int { AspectFit = 0, AspectFill = 1 };
 // PHImageManagerMaximumSize
 inline const QSizeF ImageManagerMaximumSize(-1.0, -1.0);
 
-// PHImageManager. A null image in the image handler stands for a nil NSImage.
+// Keys of the info dictionary that image requests hand their result handler.
+inline const QString ImageResultIsDegradedKey = QStringLiteral("PHImageResultIsDegradedKey");  // bool
+inline const QString ImageResultIsInCloudKey = QStringLiteral("PHImageResultIsInCloudKey");    // bool
+inline const QString ImageErrorKey = QStringLiteral("PHImageErrorKey");                        // text
+inline const QString ImageResultRequestIDKey = QStringLiteral("PHImageResultRequestIDKey");    // int
+
+// PHImageManager. A null image in the image handler stands for a nil NSImage,
+// empty data and type in the data handler for nil. A synchronous request
+// calls its handler before it returns.
 class ImageManager
 {
 public:
@@ -260,9 +268,10 @@ public:
     virtual int requestImageDataAndOrientationForAsset(const AssetPtr& asset, const ImageRequestOptions& options,
                                                        const DataHandler& resultHandler) = 0;
 };
+using ImageManagerPtr = std::shared_ptr<ImageManager>;
 
 // PHPhotoLibrary with the class operations of PHAsset, PHAssetCollection,
-// PHCollectionList, PHCollection and PHAssetResource that the plug-in calls.
+// PHCollectionList, PHCollection, PHAssetResource and PHImageManager that the plug-in calls.
 // A null options pointer stands for nil.
 class PhotoLibrary
 {
@@ -300,6 +309,8 @@ public:
 
     // PHAssetResource
     virtual QList<AssetResourcePtr> assetResourcesForAsset(const AssetPtr& asset) = 0;
+    // PHImageManager defaultManager
+    virtual ImageManagerPtr defaultManager() = 0;
 };
 using PhotoLibraryPtr = std::shared_ptr<PhotoLibrary>;
 

@@ -2,6 +2,8 @@
 
 #include "OrvPhotoKitSimDescription.h"
 
+#include "OrvImageIO.h"
+#include "OrvPhotoKitSimLibrary.h"
 #include "OrvUserFile.h"
 
 #include <QDir>
@@ -52,6 +54,26 @@ bool readDate(const QJsonObject& object, const char* key, std::optional<QDateTim
     return true;
 }
 
+QSize shownSize(const QString& path)
+{
+    OrvUserFile image(path, OrvUserFile::Image);
+    if (!image.open())
+        return {};
+    QImageReader reader(&image);
+    reader.setAutoTransform(true);
+    const QSize stored = reader.size();
+    if (stored.isValid())
+        return reader.transformation().testFlag(QImageIOHandler::TransformationRotate90) ? stored.transposed() : stored;
+    // Formats Qt has no reader for (HEIC) through the image I/O, where one is installed.
+    const OrvImageIO::ImageIOPtr imageIO = OrvImageIO::sharedImageIO();
+    const OrvImageIO::ImageSourcePtr source = imageIO ? imageIO->createImageSourceWithURL(path, {}) : nullptr;
+    const auto properties = source ? source->copyPropertiesAtIndex(0, {}) : std::nullopt;
+    if (!properties)
+        return {};
+    const QSize size(properties->pixelWidth, properties->pixelHeight);
+    return properties->orientation >= 5 ? size.transposed() : size;
+}
+
 bool readAsset(const QJsonObject& object, const QDir& base, AssetSpec* asset, QStringList* albums, QString* error)
 {
     asset->localIdentifier = object.value(QLatin1String("id")).toString();
@@ -96,6 +118,7 @@ bool readAsset(const QJsonObject& object, const QDir& base, AssetSpec* asset, QS
         const QString file = entry.value(QLatin1String("file")).toString();
         if (!file.isEmpty())
             resource.filePath = QDir::cleanPath(base.absoluteFilePath(file));
+        resource.inCloud = entry.value(QLatin1String("inCloud")).toBool();
         asset->resources.append(resource);
     }
     asset->pixelWidth = object.value(QLatin1String("width")).toInt();
@@ -105,9 +128,8 @@ bool readAsset(const QJsonObject& object, const QDir& base, AssetSpec* asset, QS
             break;
         if (resource.filePath.isEmpty())
             continue;
-        // The size of the first image file, as stored (Photos reports it so).
-        OrvUserFile image(resource.filePath, OrvUserFile::Image);
-        const QSize size = image.open() ? QImageReader(&image).size() : QSize();
+        // The size of the first image file as shown (Photos reports it so).
+        const QSize size = shownSize(resource.filePath);
         if (size.isValid()) {
             asset->pixelWidth = size.width();
             asset->pixelHeight = size.height();

@@ -5,6 +5,7 @@
 #include "OrvPhotoKitSimCollectionList.h"
 #include "OrvPhotoKitSimFetchEvaluation.h"
 #include "OrvPhotoKitSimFetchResult.h"
+#include "OrvPhotoKitSimImageManager.h"
 #include "OrvPhotoKitSimResource.h"
 #include "OrvPhotoKitSimState.h"
 
@@ -26,7 +27,20 @@ Library::Library()
 
 Library::~Library() = default;
 
-std::shared_ptr<Library> Library::create() { return std::shared_ptr<Library>(new Library()); }
+std::shared_ptr<Library> Library::create()
+{
+    std::shared_ptr<Library> library(new Library());
+    library->myImageManager = std::make_shared<SimImageManager>(library);
+    return library;
+}
+
+ImageManagerPtr Library::defaultManager() { return myImageManager; }
+
+std::shared_ptr<const SimAsset> Library::currentAsset(const QString& localIdentifier) const
+{
+    std::lock_guard<std::mutex> lock(myMutex);
+    return myState->asset(localIdentifier);
+}
 
 void Library::setAuthorizationStatus(AuthorizationStatus status) { myStatus.store(int(status)); }
 void Library::setAuthorizationAnswer(AuthorizationStatus answer) { myAnswer.store(int(answer)); }

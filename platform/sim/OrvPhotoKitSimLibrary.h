@@ -22,6 +22,7 @@ struct ResourceSpec
     QString originalFilename;
     OrvPhotoKit::AssetResourceType type = OrvPhotoKit::AssetResourceType::Photo;
     QString filePath;  // the bytes behind the resource, when there are any
+    bool inCloud = false;  // only in the cloud: image requests download it
 };
 
 struct AssetSpec
@@ -52,6 +53,7 @@ struct CollectionSpec
 };
 
 class SimAsset;
+class SimImageManager;
 struct State;
 
 class Library : public OrvPhotoKit::PhotoLibrary
@@ -93,6 +95,10 @@ public:
     void waitForQueue() { myQueue.waitIdle(); }
     bool isQueueThread() const { return myQueue.isCurrentThread(); }
     int assetCount() const;
+    // The asset as the library holds it now; null when it is gone.
+    std::shared_ptr<const SimAsset> currentAsset(const QString& localIdentifier) const;
+    // The image manager, for setting its downloads and looking at the requests it had.
+    std::shared_ptr<SimImageManager> imageManager() const { return myImageManager; }
     // The file behind a resource (for image requests).
     static QString resourceFilePath(const OrvPhotoKit::AssetResourcePtr& resource);
 
@@ -120,6 +126,7 @@ public:
                                                                  const OrvPhotoKit::FetchOptions* options) override;
     OrvPhotoKit::FetchResultPtr fetchTopLevelUserCollectionsWithOptions(const OrvPhotoKit::FetchOptions* options) override;
     QList<OrvPhotoKit::AssetResourcePtr> assetResourcesForAsset(const OrvPhotoKit::AssetPtr& asset) override;
+    OrvPhotoKit::ImageManagerPtr defaultManager() override;
 
 private:
     Library();
@@ -137,6 +144,7 @@ private:
     std::atomic<int> myStatus;
     std::atomic<int> myAnswer;
     std::atomic<int> myRequests{0};
+    std::shared_ptr<SimImageManager> myImageManager;
     Queue myQueue;
 };
 

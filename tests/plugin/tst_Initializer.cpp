@@ -2,6 +2,8 @@
 
 #include "OrvExternalDatabase.h"
 #include "OrvFotoRegistries.h"
+#include "OrvMimeConverter.h"
+#include "OrvMimeConverterRegistry.h"
 #include "OrvPlatformIndependent.h"
 #include "OrvProgramConfig.h"
 #include "sim/OrvPhotoKitSimLibrary.h"
@@ -10,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 namespace {
@@ -63,6 +66,23 @@ TEST_F(InitializerFixture, LoadingTheLibraryRegistersOneInitializer)
     for (OrvInitializerAbstract* initializer : OrvSingleton<OrvInitializer>::instance()->initializers())
         ours += dynamic_cast<OrvApplePhotosInitializer*>(initializer) ? 1 : 0;
     EXPECT_EQ(ours, 1);
+}
+
+// Before any other set-up with program id 8: the handler, once there, stays for the process.
+TEST_F(InitializerFixture, TheFileEngineOnlyForProgramEightTheConverterAlways)
+{
+    const QString pseudo = QStringLiteral("photokitfs:/photokit:foto#X.jpeg");
+    setUpOn("macos:14.0", 1);
+    EXPECT_FALSE(QFileInfo(pseudo).exists());
+    int photosConverters = 0;
+    for (const OrvMimeConverter* converter : OrvSingleton<OrvMimeConverterRegistry>::instance()->converters())
+        photosConverters += converter->mimeForUti(QStringLiteral("com.apple.photos.object-reference.asset"))
+            == QLatin1String("text/x-orv-phasset");
+    EXPECT_EQ(photosConverters, 1);
+    setUpOn("linux", 8);
+    EXPECT_TRUE(QFileInfo(pseudo).exists());
+    EXPECT_TRUE(QFileInfo(pseudo).isSymLink());
+    EXPECT_TRUE(QFileInfo(QStringLiteral("photokitfs:")).isDir());
 }
 
 TEST_F(InitializerFixture, RegistersTheSourcesInTheirFixedOrderForTheSystem)

@@ -11,10 +11,10 @@
 
 OrvFotoExporter::OrvFotoExporter(const QString& folder, const Options& options) : myFolder(folder), myOptions(options) {}
 
-QString OrvFotoExporter::uniqueName(const OrvExternalFoto& foto, const QString& suffix)
+QString OrvFotoExporter::uniqueName(const OrvExternalFoto& foto, const QString& fotoName, const QString& suffix)
 {
-    QString base = QFileInfo(foto.name()).completeBaseName();
-    const QString ending = suffix.isEmpty() ? QFileInfo(foto.name()).suffix() : suffix;
+    QString base = QFileInfo(fotoName).completeBaseName();
+    const QString ending = suffix.isEmpty() ? QFileInfo(fotoName).suffix() : suffix;
     if (base.isEmpty())
         base = foto.id().remoteId().isEmpty() ? QStringLiteral("foto") : foto.id().remoteId();
     // Names come from the library: keep them inside the folder.
@@ -46,12 +46,19 @@ OrvFotoExporter::Result OrvFotoExporter::write(const OrvExternalFoto& foto, OrvF
                 format = OrvMediaFormat(OrvMediaFormat::Jpeg);
         }
         if (result.isValid()) {
-            produce = [result, format](QIODevice* target) {
-                return OrvSingleton<OrvMediaLoader>::instance()->encode(result.drawable(), target, format);
+            // Sources may deliver a little more than asked (Photos: what covers the square); fit it.
+            QImage image = result.drawable().image();
+            const QSize fitted = OrvMediaLoader::fittedSize(image.size(), size);
+            if (fitted != image.size())
+                image = image.scaled(fitted, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+            produce = [image, format](QIODevice* target) {
+                return OrvSingleton<OrvMediaLoader>::instance()->encode(image, target, format);
             };
         }
     }
-    const QString fileName = uniqueName(foto, format.isValid() ? format.suffix() : QString());
+    // Originals go by the name of the file they were (the asset's original file name in Photos).
+    const QString fotoName = myOptions.full && !myOptions.format.isValid() ? foto.fileName() : foto.name();
+    const QString fileName = uniqueName(foto, fotoName, format.isValid() ? format.suffix() : QString());
     if (name)
         *name = fileName;
     if (!produce || !myFolder.create(fileName, produce)) {

@@ -37,7 +37,7 @@ public:
     Result write(const OrvExternalFoto& foto, OrvFotoRetrieverInterface* retriever, QString* name = nullptr);
 
 private:
-    QString uniqueName(const OrvExternalFoto& foto, const QString& suffix);
+    QString uniqueName(const OrvExternalFoto& foto, const QString& fotoName, const QString& suffix);
 
     OrvTargetFolder myFolder;
     Options myOptions;

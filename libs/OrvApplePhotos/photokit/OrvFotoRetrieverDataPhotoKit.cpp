@@ -1,6 +1,7 @@
 #include "OrvFotoRetrieverDataPhotoKit.h"
 
 #include "OrvFotoCacheManager.h"
+#include "OrvImageIO.h"
 #include "OrvMediaLoader.h"
 #include "OrvNativeMetaData.h"
 #include "OrvPhotoKitDatabase.h"
@@ -37,6 +38,19 @@ QByteArray OrvFotoRetrieverDataPhotoKit::file(const OrvMediaFormat& format)
     native.clearExifRotation();
     native.store(&buffer);
     return buffer.data();
+}
+
+bool OrvFotoRetrieverDataPhotoKit::writeFile(const OrvMediaFormat& format, QIODevice* target)
+{
+    const QByteArray bytes = file(format);
+    const OrvImageIO::ImageIOPtr imageIO = OrvImageIO::sharedImageIO();
+    const OrvImageIO::ImageSourcePtr source = imageIO && !bytes.isEmpty() ? imageIO->createImageSourceWithData(bytes, {}) : nullptr;
+    // Decoded at the smallest size there is (JPEG: an eighth, in the DCT): every byte of the image is looked at.
+    OrvImageIO::SourceOptions smallest;
+    smallest.thumbnailMaxPixelSize = 1;
+    if (!source || source->createThumbnailAtIndex(0, smallest).isNull())
+        return false;
+    return target && target->write(bytes) == bytes.size();
 }
 
 OrvFoto OrvFotoRetrieverDataPhotoKit::foto() const { return OrvSingleton<OrvPhotoKitDatabase>::instance()->findFoto(myId); }

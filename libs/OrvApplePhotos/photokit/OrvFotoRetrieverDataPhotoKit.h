@@ -11,6 +11,8 @@ public:
 
     OrvFetchDrawableResult drawable(const QSize& size) override;
     QByteArray file(const OrvMediaFormat& format) override;
+    // Only bytes whose image is whole: Photos hands over what it has, a cut-off file too.
+    bool writeFile(const OrvMediaFormat& format, QIODevice* target) override;
     OrvFoto foto() const override;
 
 private:

@@ -164,13 +164,21 @@ OrvExternalId OrvPhotoKitDatabase::addProject(const QString& name)
     return myLoader ? myLoader->addProject(name) : OrvExternalId();
 }
 
-// Pixels, bytes and metadata come from PhotoKit's image manager; until the loader
-// requests them from there, the source answers as one without a loader does.
-OrvDrawable OrvPhotoKitDatabase::drawable(const OrvExternalId&, const QSize&, bool) { return OrvDrawable(); }
+OrvDrawable OrvPhotoKitDatabase::drawable(const OrvExternalId& id, const QSize& size, bool immediately)
+{
+    return myLoader ? OrvDrawable(myLoader->requestImage(id, size, immediately)) : OrvDrawable();
+}
 
-QByteArray OrvPhotoKitDatabase::file(const OrvExternalId&, const OrvMediaFormat&) { return QByteArray(); }
+// An invalid format ("as stored") asks for the bytes as Photos delivers them.
+QByteArray OrvPhotoKitDatabase::file(const OrvExternalId& id, const OrvMediaFormat& format)
+{
+    return myLoader ? myLoader->file(id, format.toUti()) : QByteArray();
+}
 
-OrvFotoMetaData OrvPhotoKitDatabase::metaData(const OrvExternalId&) { return OrvFotoMetaData(); }
+OrvFotoMetaData OrvPhotoKitDatabase::metaData(const OrvExternalId& id)
+{
+    return myLoader ? myLoader->metaData(id) : OrvFotoMetaData();
+}
 
 QString OrvPhotoKitDatabase::allPhotosAlbumName() { return QCoreApplication::translate("OrvPhotoKitDatabase", "Alle Fotos"); }
 

@@ -87,7 +87,11 @@ FetchOptions localIdentifierOptions(const QString& localIdentifier)
 OrvPhotoKitLoader::OrvPhotoKitLoader(OrvPhotoKitDatabase* database)
     : myDatabase(database),
       mySortDescriptors{SortDescriptor{QStringLiteral("creationDate"), false}},
-      myLibrary(sharedPhotoLibrary())
+      myLibrary(sharedPhotoLibrary()),
+      myRetrieval([this] {
+          QMutexLocker locker(&myMutex);
+          return myDatabase;
+      })
 {
 }
 

@@ -4,6 +4,7 @@
 #include "OrvExternalId.h"
 #include "OrvFoto.h"
 #include "OrvPhotoKit.h"
+#include "OrvPhotoKitRetrieval.h"
 
 #include <QHash>
 #include <QRecursiveMutex>
@@ -44,6 +45,15 @@ public:
     OrvPhotoKit::SortDescriptors sortDescriptors() const;
     void reload();
     OrvExternalId addProject(const QString& localIdentifier);
+
+    // Pixels, files and metadata of one asset (OrvPhotoKitRetrieval); any thread.
+    QImage requestImage(const OrvExternalId& id, const QSize& targetSize, bool immediately)
+    {
+        return myRetrieval.requestImage(id, targetSize, immediately);
+    }
+    QImage requestFullImage(const OrvExternalId& id) { return myRetrieval.requestFullImage(id); }
+    OrvFotoMetaData metaData(const OrvExternalId& id) { return myRetrieval.metaData(id); }
+    QByteArray file(const OrvExternalId& id, const QString& destinationUti) { return myRetrieval.file(id, destinationUti); }
 
     static OrvExternalId createIdForObject(const OrvPhotoKit::ObjectPtr& object);
     static QString localIdentifierForExternalId(const OrvExternalId& id);
@@ -92,4 +102,5 @@ private:
     QSet<QUrl> myFetchMoreBacklog;
     OrvPhotoKit::SortDescriptors mySortDescriptors;
     OrvPhotoKit::PhotoLibraryPtr myLibrary;
+    OrvPhotoKitRetrieval myRetrieval;
 };

@@ -1,0 +1,75 @@
+#include "Commands.h"
+
+#include "OrvExternalDatabase.h"
+#include "OrvFotoRegistries.h"
+#include "OrvMimeConverterRegistry.h"
+#include "OrvUserFile.h"
+
+#include <QDataStream>
+#include <QMimeData>
+#include <QUrl>
+
+#include <memory>
+
+namespace {
+
+const QString photosFlavor = QStringLiteral("com.apple.photos.object-reference.asset");
+const QString photosMime = QStringLiteral("text/x-orv-phasset");
+
+} // namespace
+
+// A drop of Photos assets as the application gets it: each file is one
+// pasteboard item of the Photos flavour; the registered converters turn them
+// into the payload, whose URLs are printed and resolved through their source.
+int commandPaste(const QStringList& arguments)
+{
+    if (arguments.isEmpty()) {
+        err() << "usage: orv-photos paste FILE...\n";
+        return 1;
+    }
+    QList<OrvPasteboardItem> items;
+    for (const QString& path : arguments) {
+        OrvUserFile::Status status = OrvUserFile::NotOpened;
+        const QByteArray bytes = OrvUserFile::readAll(path, OrvUserFile::FotoList, &status);
+        if (status != OrvUserFile::Ok) {
+            err() << "orv-photos paste: cannot read " << path << ": " << OrvUserFile::describe(status, OrvUserFile::FotoList)
+                  << "\n";
+            return 1;
+        }
+        items.append(OrvPasteboardItem{{photosFlavor, bytes}});
+    }
+    const std::unique_ptr<QMimeData> dropped = OrvSingleton<OrvMimeConverterRegistry>::instance()->mimeDataForPasteboard(items);
+    if (!dropped->hasFormat(photosMime)) {
+        err() << "orv-photos paste: no converter for " << photosFlavor << "\n";
+        return 2;
+    }
+    QByteArray payload = dropped->data(photosMime);
+    QDataStream stream(&payload, QIODevice::ReadOnly);
+    QList<QUrl> urls;
+    stream >> urls;
+    out() << photosMime << ": " << urls.size() << (urls.size() == 1 ? " URL\n" : " URLs\n");
+
+    // The drop target resolves the URLs through the source of their scheme.
+    QList<OrvExternalDatabase*> sources;
+    for (const QUrl& url : std::as_const(urls)) {
+        OrvExternalDatabase* source = OrvSingleton<OrvFotoDatabaseFactory>::instance()->databaseForService(url.scheme());
+        if (source && !sources.contains(source))
+            sources.append(source);
+    }
+    openAllAlbums(sources);
+    int resolved = 0;
+    for (const QUrl& url : std::as_const(urls)) {
+        out() << url.toString(QUrl::FullyEncoded) << "\n";
+        const OrvExternalId id(url);
+        OrvExternalDatabase* source = OrvSingleton<OrvFotoDatabaseFactory>::instance()->databaseForService(url.scheme());
+        const OrvExternalFoto foto = source && id.isValid() ? source->findExternalFoto(id) : OrvExternalFoto();
+        if (!foto.isValid()) {
+            out() << "  not in " << (source ? source->service().displayName() : url.scheme()) << "\n";
+            continue;
+        }
+        ++resolved;
+        const QDateTime taken = foto.taken();
+        out() << "  " << foto.name() << "  " << (taken.isValid() ? taken.toString(Qt::ISODate) : QStringLiteral("-")) << "\n";
+    }
+    return resolved == urls.size() ? 0 : 2;
+}
