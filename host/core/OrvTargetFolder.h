@@ -39,6 +39,17 @@ public:
     bool create(const QString& name, const Producer& produce);
     bool create(const QString& name, const QByteArray& bytes);
 
+    // For a writer that needs the descriptor itself (a library that writes into
+    // it): an exclusive hidden temporary file in the folder, which commit links
+    // into place under name (never over what exists) and discard removes. The
+    // caller closes the descriptor (or hands it to whoever closes it) first.
+    // -1 when the folder is not open or the file cannot be made.
+    int createTemporary(QByteArray* temporaryName);
+    bool commitTemporary(const QByteArray& temporaryName, const QString& name);
+    void discardTemporary(const QByteArray& temporaryName);
+    // The size of a temporary file as written so far; -1 when it is gone.
+    qint64 temporarySize(const QByteArray& temporaryName) const;
+
 private:
     QString myPath;
     QString myError;

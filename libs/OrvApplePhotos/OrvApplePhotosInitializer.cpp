@@ -1,5 +1,6 @@
 #include "OrvApplePhotosInitializer.h"
 
+#include "OrvAppleImageCaptureDatabase.h"
 #include "OrvExternalDatabase.h"
 #include "OrvFotoRegistries.h"
 #include "OrvIPhotoDatabase.h"
@@ -46,6 +47,8 @@ void OrvApplePhotosInitializer::setup(OrvInitializerOption)
         if (!path.isEmpty() && QFileInfo::exists(path))
             OrvSingleton<OrvFotoListRegistry>::instance()->entry(path).readListFromDisk();
     }
+    registerSource(OrvFotoDatabaseType(OrvFotoDatabaseType::AppleImageCapture),
+                   OrvSingleton<OrvAppleImageCaptureDatabase>::instance());
     OrvSingleton<OrvFotoSourceControllerRegistry>::instance()->reloadControllers();
 }
 
