@@ -111,7 +111,33 @@ bool OrvTargetFolder::create(const QString& name, const Producer& produce)
         return false;
     }
     QByteArray temporaryName;
-    const int fd = createTemporary(&temporaryName);
+    return writeTemporary(produce, &temporaryName) && commitTemporary(temporaryName, name);
+}
+
+bool OrvTargetFolder::replace(const QString& name, const Producer& produce)
+{
+    myWriteFailed = false;
+    if (myFd < 0 || !isValidName(name))
+        return false;
+    const QByteArray finalName = QFile::encodeName(name);
+    struct stat info {};
+    if (::fstatat(myFd, finalName.constData(), &info, AT_SYMLINK_NOFOLLOW) == 0 && !S_ISREG(info.st_mode)) {
+        myError = QStringLiteral("%1 is no regular file").arg(name);
+        return false;
+    }
+    QByteArray temporaryName;
+    if (!writeTemporary(produce, &temporaryName))
+        return false;
+    if (::renameat(myFd, temporaryName.constData(), myFd, finalName.constData()) == 0)
+        return true;
+    myError = systemError(errno);
+    discardTemporary(temporaryName);
+    return false;
+}
+
+bool OrvTargetFolder::writeTemporary(const Producer& produce, QByteArray* temporaryName)
+{
+    const int fd = createTemporary(temporaryName);
     if (fd < 0)
         return false;
     bool ok = false;
@@ -127,10 +153,9 @@ bool OrvTargetFolder::create(const QString& name, const Producer& produce)
         myWriteFailed = true;
         myError = systemError(errno);
     }
-    if (ok)
-        return commitTemporary(temporaryName, name);
-    discardTemporary(temporaryName);
-    return false;
+    if (!ok)
+        discardTemporary(*temporaryName);
+    return ok;
 }
 
 int OrvTargetFolder::createTemporary(QByteArray* temporaryName)

@@ -39,6 +39,11 @@ public:
     bool create(const QString& name, const Producer& produce);
     bool create(const QString& name, const QByteArray& bytes);
 
+    // Writes name anew, as create does, and then puts it in place of the regular
+    // file of that name, if there is one (a settings file the user asked to
+    // change). Never through or over a link or a folder: those are refused.
+    bool replace(const QString& name, const Producer& produce);
+
     // For a writer that needs the descriptor itself (a library that writes into
     // it): an exclusive hidden temporary file in the folder, which commit links
     // into place under name (never over what exists) and discard removes. The
@@ -51,6 +56,9 @@ public:
     qint64 temporarySize(const QByteArray& temporaryName) const;
 
 private:
+    // The produced bytes in a new temporary file; false (and nothing left) when writing fails.
+    bool writeTemporary(const Producer& produce, QByteArray* temporaryName);
+
     QString myPath;
     QString myError;
     bool myWriteFailed = false;

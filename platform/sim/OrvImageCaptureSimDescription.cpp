@@ -1,6 +1,6 @@
 // Reading simulated devices from a description file (README.md).
 
-#include "OrvImageCaptureSimBrowser.h"
+#include "OrvImageCaptureSim.h"
 
 #include "OrvUserFile.h"
 

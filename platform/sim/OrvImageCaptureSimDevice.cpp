@@ -1,5 +1,6 @@
 #include "OrvImageCaptureSimDevice.h"
 
+#include "OrvImageCaptureHub.h"
 #include "OrvImageCaptureItem.h"
 #include "OrvMediaLoader.h"
 #include "OrvTargetFolder.h"
@@ -10,7 +11,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QHash>
-#include <QPainter>
 
 #include <chrono>
 
@@ -21,11 +21,7 @@ namespace OrvImageCaptureSim {
 namespace {
 
 // Delegates are called on the main thread, as ImageCaptureCore calls them.
-void onMainThread(std::function<void()> task)
-{
-    if (QCoreApplication* application = QCoreApplication::instance())
-        QMetaObject::invokeMethod(application, std::move(task), Qt::QueuedConnection);
-}
+void onMainThread(std::function<void()> task) { postToMainThread(std::move(task)); }
 
 // Real storages are not deeper; a deeper tree (or a loop) is not walked further.
 constexpr int maxFolderDepth = 32;
@@ -58,17 +54,7 @@ Device::Device(const DeviceSpec& spec)
 
 Device::~Device() { setPlugged(false); }
 
-QImage Device::icon() const
-{
-    QImage icon(32, 32, QImage::Format_ARGB32);
-    icon.fill(Qt::transparent);
-    QPainter painter(&icon);
-    painter.setBrush(QColor(0x50, 0x50, 0x50));
-    painter.drawRoundedRect(2, 8, 28, 20, 3, 3);
-    painter.setBrush(Qt::white);
-    painter.drawEllipse(10, 12, 12, 12);
-    return icon;
-}
+QImage Device::icon() const { return defaultCameraIcon(); }
 
 void Device::setDelegate(const std::weak_ptr<CameraDeviceDelegate>& delegate) { myDelegate = delegate; }
 

@@ -2,7 +2,7 @@
 
 #include "OrvAppleImageCaptureDatabase.h"
 #include "OrvAppleImageCaptureInterface.h"
-#include "sim/OrvImageCaptureSimBrowser.h"
+#include "sim/OrvImageCaptureSim.h"
 
 #include <gtest/gtest.h>
 

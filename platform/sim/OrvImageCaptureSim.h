@@ -1,39 +1,14 @@
 #pragma once
 
-// The simulated Image Capture world: which devices are plugged in, and the
-// device browsers that hear of them. Tests and the host program plug and
-// unplug devices at run time (from any thread); browsers report on the main
-// thread. install() makes the simulation the Image Capture backend.
+// The simulated Image Capture world: which devices are plugged in. Tests and
+// the host program plug and unplug devices at run time (from any thread);
+// device browsers report them on the main thread. install() makes the
+// simulation the Image Capture backend.
 
 #include "OrvImageCapture.h"
 #include "OrvImageCaptureSimDevice.h"
 
 namespace OrvImageCaptureSim {
-
-class Browser : public OrvImageCapture::DeviceBrowser, public std::enable_shared_from_this<Browser>
-{
-public:
-    static std::shared_ptr<Browser> create();
-    ~Browser() override;
-
-    void setDelegate(const std::weak_ptr<OrvImageCapture::DeviceBrowserDelegate>& delegate) override;
-    quint32 browsedDeviceTypeMask() const override { return myMask; }
-    void setBrowsedDeviceTypeMask(quint32 mask) override { myMask = mask; }
-    void start() override;
-    void stop() override;
-
-    // Main thread: a device came or went.
-    void deviceAdded(const std::shared_ptr<Device>& device, bool moreComing);
-    void deviceRemoved(const std::shared_ptr<Device>& device);
-
-private:
-    Browser();
-    bool browses(const std::shared_ptr<Device>& device) const;
-
-    std::weak_ptr<OrvImageCapture::DeviceBrowserDelegate> myDelegate;
-    quint32 myMask;
-    bool myStarted = false;
-};
 
 // Makes the simulation the Image Capture backend. The first time, the devices
 // described in the file named by $ORV_IMAGECAPTURE_DEVICES are plugged in.
