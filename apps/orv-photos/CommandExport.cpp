@@ -17,7 +17,7 @@ namespace {
 QString usage()
 {
     return QStringLiteral("usage: orv-photos export --source SERVICE --album NAME_OR_URL --size N|full "
-                          "--format jpeg|png|original --out DIR\n");
+                          "--format jpeg|png|original --out DIR [--wait SECONDS]\n");
 }
 
 // A file name from the foto's name with the format's suffix, not yet used in the folder.
@@ -41,8 +41,12 @@ QString uniqueName(const OrvTargetFolder& folder, const OrvExternalFoto& foto, c
 
 } // namespace
 
-int commandExport(const QStringList& arguments)
+int commandExport(const QStringList& givenArguments)
 {
+    QStringList arguments = givenArguments;
+    int waitMs = 0;
+    if (!takeWaitOption(arguments, "export", &waitMs))
+        return 1;
     QString service;
     QString albumName;
     QString sizeText;
@@ -89,7 +93,7 @@ int commandExport(const QStringList& arguments)
         err() << "orv-photos export: no source " << service << "\n";
         return 1;
     }
-    openAllAlbums({database});
+    openAllAlbums({database}, waitMs);
     OrvExternalId albumId;
     for (const OrvExternalAlbum& album : database->albums()) {
         if (album.url().toString() == albumName || album.url().toString(QUrl::FullyEncoded) == albumName) {

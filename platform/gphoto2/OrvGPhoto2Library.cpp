@@ -73,10 +73,15 @@ QList<QPair<QString, QString>> detectCameras(GPContext* context)
     std::lock_guard<std::mutex> lock(listsMutex);
     if (!loadLists())
         return found;
+    // A fresh port list: what is connected now, without the ports that cameras named by hand added.
+    GPPortInfoList* connected = nullptr;
     CameraList* list = nullptr;
-    if (gp_list_new(&list) < GP_OK)
+    if (gp_port_info_list_new(&connected) < GP_OK || gp_port_info_list_load(connected) < GP_OK || gp_list_new(&list) < GP_OK) {
+        if (connected)
+            gp_port_info_list_free(connected);
         return found;
-    if (gp_abilities_list_detect(abilities, ports, list, context) >= GP_OK) {
+    }
+    if (gp_abilities_list_detect(abilities, connected, list, context) >= GP_OK) {
         for (int i = 0; i < gp_list_count(list); ++i) {
             const char* model = nullptr;
             const char* port = nullptr;
@@ -85,6 +90,7 @@ QList<QPair<QString, QString>> detectCameras(GPContext* context)
         }
     }
     gp_list_free(list);
+    gp_port_info_list_free(connected);
     return found;
 }
 

@@ -103,6 +103,8 @@ void OrvAppleImageCaptureDatabase::albumWithContentsRemoved(const OrvExternalId&
     emit OrvExternalDatabase::albumRemoved(album, false);
 }
 
+bool OrvAppleImageCaptureDatabase::isStillGatheringFotos() const { return myLoading || myInterface->isGathering(); }
+
 OrvExternalId OrvAppleImageCaptureDatabase::createExternalIdDevice(const CameraDevicePtr& device) const
 {
     return OrvExternalId(URLScheme, QStringLiteral("album"), device ? percentEncoded(device->UUIDString()) : QString());

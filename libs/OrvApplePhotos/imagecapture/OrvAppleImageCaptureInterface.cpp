@@ -108,6 +108,7 @@ void OrvAppleImageCaptureInterface::deviceDidBecomeReadyWithCompleteContentCatal
     QList<QPair<QString, CameraItemPtr>> mine;
     {
         std::lock_guard<std::recursive_mutex> lock(myLock);
+        myCatalogued.insert(camera.get());
         for (auto it = myUrlItemDict.cbegin(); it != myUrlItemDict.cend(); ++it) {
             if (it->device() == camera)
                 mine.append({it.key(), it->item()});
@@ -166,6 +167,17 @@ void OrvAppleImageCaptureInterface::deviceDidCloseSession(const DevicePtr& devic
         }
     }
     myDeviceItemThumbnailDict.remove(device.get());
+    myCatalogued.remove(device.get());
+}
+
+bool OrvAppleImageCaptureInterface::isGathering() const
+{
+    std::lock_guard<std::recursive_mutex> lock(myLock);
+    for (const CameraDevicePtr& device : myUrlDeviceDict) {
+        if (!myCatalogued.contains(device.get()))
+            return true;
+    }
+    return false;
 }
 
 // ---- thumbnails

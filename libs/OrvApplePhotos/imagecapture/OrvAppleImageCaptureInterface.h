@@ -5,6 +5,7 @@
 
 #include <QHash>
 #include <QImage>
+#include <QSet>
 #include <QString>
 
 #include <memory>
@@ -40,6 +41,8 @@ public:
     QString sourceFilenameForUrl(const QString& url);
     bool isAutostart(const QString& deviceUrl);
     void setAutostart(const QString& deviceUrl, bool on);
+    // Whether a device has an open session whose catalogue is not complete yet.
+    bool isGathering() const;
     // Main thread: the device's album, announced when it is new; its URL text.
     QString findOrCreateAlbum(const OrvImageCapture::CameraDevicePtr& device);
 
@@ -77,4 +80,5 @@ private:
     QHash<QString, OrvDeviceItemPair> myUrlItemDict;
     QHash<QString, OrvImageCapture::CameraDevicePtr> myUrlDeviceDict;
     QHash<const void*, ThumbnailCache> myDeviceItemThumbnailDict;
+    QSet<const void*> myCatalogued;  // devices whose catalogue is complete
 };
