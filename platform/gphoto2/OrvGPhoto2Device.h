@@ -54,7 +54,7 @@ public:
     void waitForThread() { myThread.waitIdle(); }
 
     // Thumbnails kept at once per device; older ones are read again when asked for.
-    static constexpr int thumbnailCacheSize = 2048;
+    static constexpr int thumbnailCacheSize = 256;
     static constexpr int thumbnailEdge = 160;
 
 private:

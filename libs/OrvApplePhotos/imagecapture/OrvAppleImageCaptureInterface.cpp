@@ -2,9 +2,11 @@
 
 #include "OrvAppleImageCaptureDatabase.h"
 #include "OrvExternalAlbum.h"
+#include "OrvMediaLoader.h"
 #include "OrvNativeMetaData.h"
 #include "OrvUniformType.h"
 
+#include <QBuffer>
 #include <QDebug>
 #include <QFile>
 #include <QIcon>
@@ -195,16 +197,16 @@ void OrvAppleImageCaptureInterface::cameraDeviceDidReceiveThumbnailForItem(const
 {
     if (!camera || !item || !myDatabase)
         return;
-    QImage thumbnail;
+    const QImage thumbnail = item->thumbnailIfAvailable();
+    if (thumbnail.isNull())
+        return;
+    CachedThumbnail cached = compress(thumbnail);
     {
         std::lock_guard<std::recursive_mutex> lock(myLock);
         const auto cache = myDeviceItemThumbnailDict.find(camera.get());
         if (cache == myDeviceItemThumbnailDict.end() || cache->contains(item.get()))
             return;
-        thumbnail = item->thumbnailIfAvailable();
-        if (thumbnail.isNull())
-            return;
-        cache->insert(item.get(), thumbnail);
+        cache->insert(item.get(), cached);
     }
     // A thumbnail before the catalogue is complete already shows the device.
     findOrCreateAlbum(camera);
@@ -221,12 +223,31 @@ QImage OrvAppleImageCaptureInterface::thumbnailForUrl(const QString& url)
     if (cache != myDeviceItemThumbnailDict.end()) {
         const auto cached = cache->constFind(pair->item().get());
         if (cached != cache->cend())
-            return *cached;
+            return expand(*cached);
     }
     const QImage thumbnail = pair->item()->thumbnailIfAvailable();
     if (!thumbnail.isNull() && cache != myDeviceItemThumbnailDict.end())
-        cache->insert(pair->item().get(), thumbnail);
+        cache->insert(pair->item().get(), compress(thumbnail));
     return thumbnail;
+}
+
+OrvAppleImageCaptureInterface::CachedThumbnail OrvAppleImageCaptureInterface::compress(const QImage& thumbnail)
+{
+    CachedThumbnail cached;
+    cached.size = thumbnail.size();
+    QBuffer buffer(&cached.jpeg);
+    buffer.open(QIODevice::WriteOnly);
+    if (!OrvSingleton<OrvMediaLoader>::instance()->encode(thumbnail, &buffer, OrvMediaFormat(OrvMediaFormat::Jpeg), 90))
+        cached.jpeg.clear();
+    return cached;
+}
+
+QImage OrvAppleImageCaptureInterface::expand(const CachedThumbnail& cached)
+{
+    QByteArray bytes = cached.jpeg;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    return OrvSingleton<OrvMediaLoader>::instance()->load(&buffer, QSize());
 }
 
 // ---- metadata and names
@@ -245,7 +266,7 @@ void OrvAppleImageCaptureInterface::fillMetaData(OrvNativeMetaDataGeneric* metaD
     if (cache != myDeviceItemThumbnailDict.cend()) {
         const auto cached = cache->constFind(pair->item().get());
         if (cached != cache->cend())
-            size = cached->size();
+            size = cached->size;
     }
     metaData->setPreferredSize(size);
 }

@@ -70,8 +70,16 @@ public:
 
 private:
     explicit OrvAppleImageCaptureInterface(OrvAppleImageCaptureDatabase* database);
+    // A thumbnail kept as JPEG: a device of 10 000 photos would otherwise hold 0.8 GB of pixels.
+    struct CachedThumbnail
+    {
+        QByteArray jpeg;
+        QSize size;
+    };
+    static CachedThumbnail compress(const QImage& thumbnail);
+    static QImage expand(const CachedThumbnail& cached);
     // Items and devices by pointer value: the thumbnail cache is keyed by object identity.
-    using ThumbnailCache = QHash<const void*, QImage>;
+    using ThumbnailCache = QHash<const void*, CachedThumbnail>;
     OrvImageCapture::CameraDevicePtr deviceForUrl(const QString& deviceUrl) const;
 
     OrvAppleImageCaptureDatabase* myDatabase;
