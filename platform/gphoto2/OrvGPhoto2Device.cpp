@@ -112,6 +112,7 @@ void Device::openCamera(int session)
         }
     }
     for (int attempt = 0; myCamera && !myCancel.stopping; ++attempt) {
+        const LibraryAllocations drivers;
         result = gp_camera_init(myCamera, myContext);
         if (classify(result) != Failure::Busy || attempt >= int(std::size(busyRetryMs)))
             break;
@@ -174,6 +175,7 @@ void Device::closeCamera()
         file->setThumbnail(QImage());
     myThumbnailed.clear();
     if (myCamera) {
+        const LibraryAllocations drivers;
         gp_camera_exit(myCamera, myContext);
         gp_camera_unref(myCamera);
         myCamera = nullptr;
@@ -333,7 +335,12 @@ void Device::readThumbnails(int session, const QList<FilePtr>& files)
 void Device::requestDownloadFile(const CameraFilePtr& file, const DownloadOptions& options,
                                  const std::weak_ptr<DownloadDelegate>& delegate, void* contextInfo)
 {
-    Download request{file, options, delegate, contextInfo, std::make_shared<std::atomic<bool>>(false)};
+    Download request;
+    request.file = file;
+    request.options = options;
+    request.delegate = delegate;
+    request.contextInfo = contextInfo;
+    request.cancelled = std::make_shared<std::atomic<bool>>(false);
     {
         std::lock_guard<std::mutex> lock(myDownloadsMutex);
         myDownloadFlags.append(request.cancelled);
@@ -349,14 +356,6 @@ void Device::cancelDownloads()
     myDownloadFlags.clear();
 }
 
-void Device::finish(const Download& download, const OptionalError& error)
-{
-    postToMainThread([download, error] {
-        if (const auto delegate = download.delegate.lock())
-            delegate->didDownloadFile(download.file, error, download.options, download.contextInfo);
-    });
-}
-
 void Device::download(const Download& request)
 {
     {
@@ -365,25 +364,25 @@ void Device::download(const Download& request)
     }
     const auto file = std::dynamic_pointer_cast<const ListedFile>(request.file);
     if (!myCamera || myDisconnected || !file) {
-        finish(request, Error{ErrorDeviceRemoved, QStringLiteral("the device is not open")});
+        reportDownload(request, Error{ErrorDeviceRemoved, QStringLiteral("the device is not open")});
         return;
     }
     if (*request.cancelled) {
-        finish(request, Error{ErrorCancelled, QStringLiteral("cancelled")});
+        reportDownload(request, Error{ErrorCancelled, QStringLiteral("cancelled")});
         return;
     }
     OrvTargetFolder folder(request.options.downloadsDirectoryURL.toLocalFile());
     QByteArray temporary;
     const int fd = folder.createTemporary(&temporary);
     if (fd < 0) {
-        finish(request, Error{ErrorWriteFailed, folder.errorString()});
+        reportDownload(request, Error{ErrorWriteFailed, folder.errorString()});
         return;
     }
     ::CameraFile* cameraFile = nullptr;
     if (gp_file_new_from_fd(&cameraFile, fd) < GP_OK) {
         ::close(fd);
         folder.discardTemporary(temporary);
-        finish(request, Error{ErrorWriteFailed, QStringLiteral("cannot hand the file to libgphoto2")});
+        reportDownload(request, Error{ErrorWriteFailed, QStringLiteral("cannot hand the file to libgphoto2")});
         return;
     }
     myCancel.request = request.cancelled;
@@ -403,16 +402,16 @@ void Device::download(const Download& request)
         const Error error = cancelled            ? Error{ErrorCancelled, QStringLiteral("cancelled")}
             : result < GP_OK                     ? toError(result)
                                                  : Error{ErrorWriteFailed, QStringLiteral("the file was not written whole")};
-        finish(request, error);
+        reportDownload(request, error);
         return;
     }
     if (!folder.commitTemporary(temporary, request.options.saveAsFilename)) {
-        finish(request, Error{ErrorWriteFailed, folder.errorString()});
+        reportDownload(request, Error{ErrorWriteFailed, folder.errorString()});
         return;
     }
     Download done = request;
     done.options.savedFilename = request.options.saveAsFilename;
-    finish(done, std::nullopt);
+    reportDownload(done, std::nullopt);
 }
 
 } // namespace OrvGPhoto2

@@ -8,6 +8,7 @@
 #include "OrvGPhoto2Library.h"
 #include "OrvGPhoto2TaskThread.h"
 #include "OrvImageCapture.h"
+#include "OrvImageCaptureHub.h"
 #include "OrvImageCaptureItem.h"
 
 #include <QList>
@@ -59,12 +60,8 @@ public:
 
 private:
     Device(const QString& model, const QString& port, const QString& uuid);
-    struct Download
+    struct Download : OrvImageCapture::DownloadRequest
     {
-        OrvImageCapture::CameraFilePtr file;
-        OrvImageCapture::DownloadOptions options;
-        std::weak_ptr<OrvImageCapture::DownloadDelegate> delegate;
-        void* contextInfo = nullptr;
         std::shared_ptr<std::atomic<bool>> cancelled;
     };
     using FilePtr = std::shared_ptr<const OrvImageCapture::ListedFile>;
@@ -82,7 +79,6 @@ private:
     void deliver(int session, const std::function<void(const std::shared_ptr<Device>&,
                                                        const std::shared_ptr<OrvImageCapture::CameraDeviceDelegate>&)>& what);
     void askForThumbnails(int session, const QList<FilePtr>& files, int from);
-    static void finish(const Download& download, const OrvImageCapture::OptionalError& error);
 
     const QString myModel;
     const QString myPort;

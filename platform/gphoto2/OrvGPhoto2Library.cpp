@@ -7,6 +7,17 @@
 #include <atomic>
 #include <mutex>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define ORV_LEAK_CHECKER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ORV_LEAK_CHECKER 1
+#endif
+#endif
+#ifdef ORV_LEAK_CHECKER
+#include <sanitizer/lsan_interface.h>
+#endif
+
 namespace OrvGPhoto2 {
 
 namespace {
@@ -20,6 +31,7 @@ bool loadLists()
 {
     if (abilities && ports)
         return true;
+    const LibraryAllocations drivers;
     GPContext* context = gp_context_new();
     if (gp_abilities_list_new(&abilities) < GP_OK || gp_abilities_list_load(abilities, context) < GP_OK
         || gp_port_info_list_new(&ports) < GP_OK || gp_port_info_list_load(ports) < GP_OK) {
@@ -41,9 +53,24 @@ void logMessage(GPContext*, const char* text, void*) { qDebug() << "libgphoto2:"
 
 } // namespace
 
+LibraryAllocations::LibraryAllocations()
+{
+#ifdef ORV_LEAK_CHECKER
+    __lsan_disable();
+#endif
+}
+
+LibraryAllocations::~LibraryAllocations()
+{
+#ifdef ORV_LEAK_CHECKER
+    __lsan_enable();
+#endif
+}
+
 bool setUpCamera(Camera* camera, const QString& model, const QString& port, QString* why)
 {
     std::lock_guard<std::mutex> lock(listsMutex);
+    const LibraryAllocations drivers;
     if (!loadLists()) {
         *why = QStringLiteral("libgphoto2 has no camera list");
         return false;
@@ -71,6 +98,7 @@ QList<QPair<QString, QString>> detectCameras(GPContext* context)
 {
     QList<QPair<QString, QString>> found;
     std::lock_guard<std::mutex> lock(listsMutex);
+    const LibraryAllocations drivers;
     if (!loadLists())
         return found;
     // A fresh port list: what is connected now, without the ports that cameras named by hand added.

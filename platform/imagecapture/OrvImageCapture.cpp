@@ -1,9 +1,6 @@
 #include "OrvImageCapture.h"
 
-#include <QDebug>
-
-#include <atomic>
-#include <mutex>
+#include "OrvBackendProvider.h"
 
 namespace OrvImageCapture {
 
@@ -29,34 +26,16 @@ CameraDevicePtr asCameraDevice(const DevicePtr& device)
 
 namespace {
 
-std::mutex providerMutex;
-DeviceBrowserProvider& provider()
+OrvBackendProvider<DeviceBrowserPtr>& provider()
 {
-    static DeviceBrowserProvider installed;
+    static OrvBackendProvider<DeviceBrowserPtr> installed;
     return installed;
 }
 
 } // namespace
 
-void setDeviceBrowserProvider(DeviceBrowserProvider newProvider)
-{
-    std::lock_guard<std::mutex> lock(providerMutex);
-    provider() = std::move(newProvider);
-}
+void setDeviceBrowserProvider(DeviceBrowserProvider newProvider) { provider().install(std::move(newProvider)); }
 
-DeviceBrowserPtr createDeviceBrowser()
-{
-    DeviceBrowserProvider current;
-    {
-        std::lock_guard<std::mutex> lock(providerMutex);
-        current = provider();
-    }
-    if (current)
-        return current();
-    static std::atomic<bool> told{false};
-    if (!told.exchange(true))
-        qDebug() << "Image Capture: no backend installed";
-    return {};
-}
+DeviceBrowserPtr createDeviceBrowser() { return provider().make("Image Capture:"); }
 
 } // namespace OrvImageCapture

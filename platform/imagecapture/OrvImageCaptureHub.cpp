@@ -13,6 +13,14 @@ void postToMainThread(std::function<void()> task)
         QMetaObject::invokeMethod(application, std::move(task), Qt::QueuedConnection);
 }
 
+void reportDownload(const DownloadRequest& request, const OptionalError& error)
+{
+    postToMainThread([request, error] {
+        if (const auto delegate = request.delegate.lock())
+            delegate->didDownloadFile(request.file, error, request.options, request.contextInfo);
+    });
+}
+
 QImage defaultCameraIcon()
 {
     QImage icon(32, 32, QImage::Format_ARGB32);

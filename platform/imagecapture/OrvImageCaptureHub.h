@@ -76,6 +76,17 @@ private:
     bool myStarted = false;
 };
 
+// A download as a backend holds it until it reports how it ended.
+struct DownloadRequest
+{
+    CameraFilePtr file;
+    DownloadOptions options;
+    std::weak_ptr<DownloadDelegate> delegate;
+    void* contextInfo = nullptr;
+};
+// Tells the request's delegate how it ended, on the main thread.
+void reportDownload(const DownloadRequest& request, const OptionalError& error);
+
 // Runs task on the Qt main thread (later, also when called there); dropped without an application.
 void postToMainThread(std::function<void()> task);
 // A generic camera icon, for devices that have none of their own.

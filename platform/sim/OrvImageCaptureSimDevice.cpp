@@ -81,7 +81,7 @@ void Device::setPlugged(bool plugged)
     }
     myUnplugged.notify_all();
     for (const Download& download : std::as_const(held))
-        finishDownload(download, Error{ErrorDeviceRemoved, QStringLiteral("the device was unplugged")});
+        reportDownload(download, Error{ErrorDeviceRemoved, QStringLiteral("the device was unplugged")});
 }
 
 // ---- session
@@ -209,9 +209,12 @@ void Device::deliverItems(int session, int from)
     }
     std::weak_ptr<Device> self = weak_from_this();
     const int next = from + batch;
-    onMainThread([self, session, next, done = next >= myItems.size()] {
-        if (const auto device = self.lock())
-            done ? device->catalogueComplete(session) : device->deliverItems(session, next);
+    // Through the device's thread: thumbnails read for this batch are told before the next batch.
+    myQueue.post([self, session, next, done = next >= myItems.size()] {
+        onMainThread([self, session, next, done] {
+            if (const auto device = self.lock())
+                done ? device->catalogueComplete(session) : device->deliverItems(session, next);
+        });
     });
 }
 
@@ -298,20 +301,20 @@ void Device::runDownload(Download download, bool released)
         }
     }
     if (!myPlugged) {
-        finishDownload(download, Error{ErrorDeviceRemoved, QStringLiteral("the device was unplugged")});
+        reportDownload(download, Error{ErrorDeviceRemoved, QStringLiteral("the device was unplugged")});
         return;
     }
     const DownloadResult result = released ? DownloadResult::Complete : DownloadResult(myDownloadResult.load());
     if (result == DownloadResult::Never)
         return;
     if (result == DownloadResult::Fail) {
-        finishDownload(download, Error{ErrorCommunication, QStringLiteral("the device did not answer")});
+        reportDownload(download, Error{ErrorCommunication, QStringLiteral("the device did not answer")});
         return;
     }
     const auto file = std::dynamic_pointer_cast<const ListedFile>(download.file);
     OrvUserFile in(file ? file->location() : QString(), OrvUserFile::Media);
     if (!file || file->location().isEmpty() || !in.open()) {
-        finishDownload(download, Error{ErrorFileNotFound, QStringLiteral("no such file on the device")});
+        reportDownload(download, Error{ErrorFileNotFound, QStringLiteral("no such file on the device")});
         return;
     }
     OrvTargetFolder folder(download.options.downloadsDirectoryURL.toLocalFile());
@@ -333,20 +336,12 @@ void Device::runDownload(Download download, bool released)
     });
     if (written) {
         download.options.savedFilename = download.options.saveAsFilename;
-        finishDownload(download, std::nullopt);
+        reportDownload(download, std::nullopt);
     } else if (removed) {
-        finishDownload(download, Error{ErrorDeviceRemoved, QStringLiteral("the device was unplugged")});
+        reportDownload(download, Error{ErrorDeviceRemoved, QStringLiteral("the device was unplugged")});
     } else {
-        finishDownload(download, Error{folder.writeFailed() ? ErrorWriteFailed : ErrorFileNotFound, folder.errorString()});
+        reportDownload(download, Error{folder.writeFailed() ? ErrorWriteFailed : ErrorFileNotFound, folder.errorString()});
     }
-}
-
-void Device::finishDownload(const Download& download, const OptionalError& error)
-{
-    onMainThread([download, error] {
-        if (const auto delegate = download.delegate.lock())
-            delegate->didDownloadFile(download.file, error, download.options, download.contextInfo);
-    });
 }
 
 void Device::releaseHeldDownloads()

@@ -8,6 +8,7 @@
 // ImageCaptureCore calls them.
 
 #include "OrvImageCapture.h"
+#include "OrvImageCaptureHub.h"
 #include "OrvImageCaptureItem.h"
 #include "OrvPhotoKitSimQueue.h"
 
@@ -87,20 +88,13 @@ public:
 
 private:
     explicit Device(const DeviceSpec& spec);
-    struct Download
-    {
-        OrvImageCapture::CameraFilePtr file;
-        OrvImageCapture::DownloadOptions options;
-        std::weak_ptr<OrvImageCapture::DownloadDelegate> delegate;
-        void* contextInfo = nullptr;
-    };
+    using Download = OrvImageCapture::DownloadRequest;
     bool isCurrent(int session) const { return mySessionOpen && mySession == session && myPlugged; }
     QList<OrvImageCapture::CameraItemPtr> listItems();
     void deliverItems(int session, int from);
     void catalogueComplete(int session);
     void deliverThumbnails(int session, QList<std::shared_ptr<const OrvImageCapture::ListedFile>> files, int from, bool thenNext);
     void runDownload(Download download, bool released);
-    void finishDownload(const Download& download, const OrvImageCapture::OptionalError& error);
     std::shared_ptr<OrvImageCapture::CameraDeviceDelegate> delegate() const { return myDelegate.lock(); }
 
     const DeviceSpec mySpec;

@@ -6,6 +6,7 @@
 #include "OrvAppleImageCaptureInterface.h"
 #include "OrvFotoRegistries.h"
 #include "gphoto2/OrvGPhoto2Backend.h"
+#include "gphoto2/OrvGPhoto2TaskThread.h"
 #include "gphoto2/OrvGPhoto2Thumbnail.h"
 #include "gphoto2/OrvXdgMimeApps.h"
 
@@ -23,6 +24,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <mutex>
 #include <sys/resource.h>
 #include <thread>
 
@@ -252,6 +254,9 @@ TEST_F(GPhoto2Test, AFullDiskOrAnUnpluggedCameraLeavesNoFileAndTheWaiterEmpty)
     });
     OrvTest::waitFor([] { return false; }, 100);
     OrvGPhoto2::removeAddedCameras();
+    // The source hears of it (album gone, session closing) before the camera's thread goes on.
+    ASSERT_TRUE(OrvTest::waitFor([&] { return !database->findAlbum(OrvExternalId(OrvAppleImageCaptureDatabase::URLScheme,
+                                                                                  QStringLiteral("album"), uuid)).isValid(); }));
     device->resumeThread();
     ASSERT_TRUE(OrvTest::waitFor([&] { return done.load(); }, 20000));
     waiter.join();
@@ -322,4 +327,58 @@ TEST(XdgMimeApps, TheDefaultForCameraContentIsSetAndForgottenAndTheRestStays)
     EXPECT_TRUE(QFileInfo(list).isSymLink());
     qunsetenv("XDG_CONFIG_HOME");
     qunsetenv("XDG_DATA_HOME");
+}
+
+TEST(GPhoto2TaskThread, DownloadsGoFirstThumbnailsLastInOrderWithinEach)
+{
+    std::mutex mutex;
+    QStringList ran;
+    OrvGPhoto2::TaskThread thread;
+    thread.suspend();
+    auto task = [&](const char* name) {
+        return [&, name] {
+            std::lock_guard<std::mutex> lock(mutex);
+            ran.append(QString::fromLatin1(name));
+        };
+    };
+    thread.post(OrvGPhoto2::TaskThread::Low, task("thumbnail 1"));
+    thread.post(OrvGPhoto2::TaskThread::Normal, task("listing"));
+    thread.post(OrvGPhoto2::TaskThread::High, task("download 1"));
+    thread.post(OrvGPhoto2::TaskThread::Low, task("thumbnail 2"));
+    thread.post(OrvGPhoto2::TaskThread::High, task("download 2"));
+    thread.resume();
+    thread.waitIdle();
+    EXPECT_EQ(ran, (QStringList{"download 1", "download 2", "listing", "thumbnail 1", "thumbnail 2"}));
+}
+
+TEST(GPhoto2TaskThread, StoppingFinishesDownloadsAndDropsTheRest)
+{
+    std::atomic<int> high{0};
+    std::atomic<int> low{0};
+    {
+        OrvGPhoto2::TaskThread thread;
+        thread.suspend();
+        thread.post(OrvGPhoto2::TaskThread::Low, [&] { ++low; });
+        thread.post(OrvGPhoto2::TaskThread::High, [&] { ++high; });
+    }
+    EXPECT_EQ(high.load(), 1);
+    EXPECT_EQ(low.load(), 0);
+}
+
+TEST(GPhoto2Errors, BusyTimeoutAndGoneAreToldApart)
+{
+    using OrvGPhoto2::Failure;
+    EXPECT_EQ(OrvGPhoto2::classify(0), Failure::None);
+    EXPECT_EQ(OrvGPhoto2::classify(-53), Failure::Busy);
+    EXPECT_EQ(OrvGPhoto2::classify(-60), Failure::Busy);
+    EXPECT_EQ(OrvGPhoto2::classify(-10), Failure::Timeout);
+    for (int gone : {-7, -52, -105})
+        EXPECT_EQ(OrvGPhoto2::classify(gone), Failure::Disconnected) << gone;
+    EXPECT_EQ(OrvGPhoto2::classify(-108), Failure::NotFound);
+    EXPECT_EQ(OrvGPhoto2::classify(-112), Failure::Cancelled);
+    EXPECT_EQ(OrvGPhoto2::classify(-1), Failure::Other);
+    EXPECT_EQ(OrvGPhoto2::toError(-53).code, ErrorDeviceBusy);
+    EXPECT_EQ(OrvGPhoto2::toError(-52).code, ErrorDeviceRemoved);
+    EXPECT_EQ(OrvGPhoto2::toError(-10).code, ErrorTimeout);
+    EXPECT_FALSE(OrvGPhoto2::toError(-7).description.isEmpty());
 }

@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QGuiApplication>
 #include <QSet>
 
@@ -248,4 +249,32 @@ TEST_F(ImageCaptureTest, AutostartIsTheDevicesLaunchApplicationAndOffIsNil)
     EXPECT_FALSE(database->isFotoImportAutostartTrigger(nobody));
     QGuiApplication::setDesktopFileName(QString());
     qunsetenv("XDG_DATA_HOME");
+}
+
+TEST_F(ImageCaptureTest, AThumbnailBeforeTheCatalogueAlreadyShowsTheDevice)
+{
+    DeviceSpec spec;
+    spec.itemBatch = 1;
+    spec.thumbnails = ThumbnailTiming::WithItems;
+    source().doLazyInit();
+    const auto camera = plugCamera(QStringLiteral("Early"), {{"a.jpg", jpeg()}, {"b.jpg", jpeg()}, {"c.jpg", jpeg()}}, spec);
+    ASSERT_TRUE(waitForFotos(camera, 3));
+    settle();
+    // The album was announced once, by the first thumbnail, before the fotos.
+    EXPECT_EQ(heard.filter(QStringLiteral("albumAdded")), QStringList{"albumAdded Early"});
+    EXPECT_LT(heard.indexOf(QStringLiteral("albumAdded Early")), heard.indexOf(QStringLiteral("fotosInserted 3")));
+    EXPECT_LT(heard.indexOf(QStringLiteral("bitmap 64x48")), heard.indexOf(QStringLiteral("fotosInserted 3")));
+}
+
+TEST(ImageCaptureNames, DownloadNamesAreOneComponentUniqueAndKeepTheSuffix)
+{
+    const QString a = OrvAppleImageCaptureInterface::uniqueFilename(QStringLiteral("IMG_0001.JPG"));
+    const QString b = OrvAppleImageCaptureInterface::uniqueFilename(QStringLiteral("IMG_0001.JPG"));
+    EXPECT_NE(a, b);
+    EXPECT_TRUE(a.startsWith(QLatin1String("IMG_0001-{")) && a.endsWith(QLatin1String("}.JPG"))) << a.toStdString();
+    EXPECT_FALSE(OrvAppleImageCaptureInterface::uniqueFilename(QStringLiteral("../a/b.jpg")).contains(QLatin1Char('/')));
+    EXPECT_TRUE(OrvAppleImageCaptureInterface::uniqueFilename(QStringLiteral("noext")).endsWith(QLatin1String("}.")));
+    EXPECT_TRUE(OrvAppleImageCaptureInterface::uniqueFilename(QStringLiteral("archive.tar.gz")).startsWith(QLatin1String("archive.tar-{")));
+    const QString longName = OrvAppleImageCaptureInterface::uniqueFilename(QString(300, QChar(0xFC)) + QStringLiteral(".jpg"));
+    EXPECT_LT(QFile::encodeName(longName).size(), 256);
 }
