@@ -15,6 +15,8 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev libvips-tools libjpeg-turbo-progs python3
   # sanitizers and fuzzing with clang
   clang libclang-rt-14-dev
+  # cameras: device detection through udev; gphoto2 as the benchmarks' peer
+  libudev-dev gphoto2
 )
 
 missing=()

@@ -17,13 +17,17 @@ namespace {
 QString usage()
 {
     return QStringLiteral("usage: orv-photos export --source SERVICE --album NAME_OR_URL --size N|full "
-                          "--format jpeg|png|original --out DIR\n");
+                          "--format jpeg|png|original --out DIR [--wait SECONDS]\n");
 }
 
 } // namespace
 
-int commandExport(const QStringList& arguments)
+int commandExport(const QStringList& givenArguments)
 {
+    QStringList arguments = givenArguments;
+    int waitMs = 0;
+    if (!takeWaitOption(arguments, "export", &waitMs))
+        return 1;
     QString service;
     QString albumName;
     QString sizeText;
@@ -70,7 +74,7 @@ int commandExport(const QStringList& arguments)
         err() << "orv-photos export: no source " << service << "\n";
         return 1;
     }
-    openAllAlbums({database});
+    openAllAlbums({database}, waitMs);
     OrvExternalId albumId;
     for (const OrvExternalAlbum& album : database->albums()) {
         if (album.url().toString() == albumName || album.url().toString(QUrl::FullyEncoded) == albumName) {

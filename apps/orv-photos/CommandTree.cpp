@@ -121,8 +121,10 @@ void printText(quint32 type, OrvExternalDatabase* database)
 
 } // namespace
 
-void openAllAlbums(const QList<OrvExternalDatabase*>& databases)
+void openAllAlbums(const QList<OrvExternalDatabase*>& databases, int waitMs)
 {
+    const int bound = waitMs > 0 ? waitMs : boundMs;
+    const int quietFor = waitMs > 0 ? 2 * quietMs : quietMs;
     for (OrvExternalDatabase* database : databases)
         database->doLazyInit();
     QSet<QPair<OrvExternalDatabase*, QUrl>> opened;
@@ -131,7 +133,7 @@ void openAllAlbums(const QList<OrvExternalDatabase*>& databases)
     QElapsedTimer quiet;
     quiet.start();
     qint64 lastCount = -1;
-    while (overall.elapsed() < boundMs) {
+    while (overall.elapsed() < bound) {
         bool asked = false;
         for (OrvExternalDatabase* database : databases) {
             for (const OrvExternalAlbum& album : database->albums()) {
@@ -154,16 +156,25 @@ void openAllAlbums(const QList<OrvExternalDatabase*>& databases)
         if (asked || count != lastCount) {
             lastCount = count;
             quiet.restart();
-        } else if (quiet.elapsed() >= quietMs) {
-            return;
+        } else if (quiet.elapsed() >= quietFor) {
+            const bool gathering = waitMs > 0 && std::any_of(databases.cbegin(), databases.cend(), [](const OrvExternalDatabase* database) {
+                return database->isStillGatheringFotos();
+            });
+            if (!gathering)
+                return;
         }
         QThread::msleep(10);
     }
-    err() << "orv-photos: sources still busy after " << boundMs / 1000 << " s; printing what arrived\n";
+    if (waitMs <= 0)
+        err() << "orv-photos: sources still busy after " << boundMs / 1000 << " s; printing what arrived\n";
 }
 
-int commandTree(const QStringList& arguments)
+int commandTree(const QStringList& givenArguments)
 {
+    QStringList arguments = givenArguments;
+    int waitMs = 0;
+    if (!takeWaitOption(arguments, "tree", &waitMs))
+        return 1;
     bool json = false;
     QString service;
     for (int i = 0; i < arguments.size(); ++i) {
@@ -191,7 +202,7 @@ int commandTree(const QStringList& arguments)
     QList<OrvExternalDatabase*> databases;
     for (const auto& source : sources)
         databases.append(source.second);
-    openAllAlbums(databases);
+    openAllAlbums(databases, waitMs);
     if (json) {
         QJsonArray list;
         for (const auto& [type, database] : sources)

@@ -22,19 +22,38 @@ QList<OrvCommand> orvCommands()
 {
     return {
         {"sources", "sources [--json]                  the registered photo sources", commandSources},
-        {"tree", "tree [--source SERVICE] [--json]  every album and foto of one or all sources", commandTree},
+        {"tree", "tree [--source SERVICE] [--json] [--wait SECONDS]\n"
+                 "                                    every album and foto of one or all sources; --wait: up to\n"
+                 "                                    SECONDS for devices and their catalogues", commandTree},
         {"export", "export --source SERVICE --album NAME_OR_URL --size N|full --format jpeg|png|original --out DIR\n"
-                   "                                    write an album's fotos into a folder", commandExport},
+                   "       [--wait SECONDS]             write an album's fotos into a folder", commandExport},
+        {"autostart", "autostart [--wait SECONDS] [on|off]\n"
+                      "                                    whether plugging in a camera starts this program", commandAutostart},
         {"browse", "browse [--source SERVICE [--album NAME_OR_URL [--select N]]] [--screenshot FILE] [--size WxH]\n"
                    "                                    a window with the sources, an album's thumbnails and a foto's\n"
                    "                                    details; with --screenshot it saves the window as PNG and exits",
          commandBrowse},
-
         {"ls", "ls PATH                           a directory's entries with kind, permissions and date\n"
                "                                    (photokitfs: paths with --program-id 8)", commandLs},
         {"paste", "paste FILE...                     a drop of Photos assets, one property list file an item:\n"
                   "                                    the URLs it gives and the fotos they name", commandPaste},
     };
+}
+
+bool takeWaitOption(QStringList& arguments, const char* command, int* waitMs)
+{
+    const qsizetype at = arguments.indexOf(QStringLiteral("--wait"));
+    if (at < 0)
+        return true;
+    bool ok = false;
+    const double seconds = at + 1 < arguments.size() ? arguments.at(at + 1).toDouble(&ok) : 0.0;
+    if (!ok || seconds <= 0 || seconds > 3600) {
+        err() << "orv-photos " << command << ": --wait takes a number of seconds (at most 3600)\n";
+        return false;
+    }
+    *waitMs = int(seconds * 1000);
+    arguments.remove(at, 2);
+    return true;
 }
 
 QList<QPair<quint32, OrvExternalDatabase*>> registeredSources()

@@ -32,10 +32,14 @@ int commandSources(const QStringList& arguments);
 int commandTree(const QStringList& arguments);
 int commandExport(const QStringList& arguments);
 int commandBrowse(const QStringList& arguments);
-
 int commandLs(const QStringList& arguments);
 int commandPaste(const QStringList& arguments);
+int commandAutostart(const QStringList& arguments);
 // Starts the sources and opens every album until nothing new arrives (bounded).
-void openAllAlbums(const QList<OrvExternalDatabase*>& databases);
+// With waitMs, sources still gathering (devices whose catalogue is on its way)
+// are waited for up to that long.
+void openAllAlbums(const QList<OrvExternalDatabase*>& databases, int waitMs = 0);
+// Takes "--wait SECONDS" out of arguments; false (and a message) for a bad value.
+bool takeWaitOption(QStringList& arguments, const char* command, int* waitMs);
 
 

@@ -6,9 +6,12 @@
 #include "OrvProgramConfig.h"
 #include "OrvUserFile.h"
 #include "sim/OrvMediaLibrarySimBackend.h"
-
 #include "OrvImageIOQt.h"
+#include "sim/OrvImageCaptureSim.h"
 #include "sim/OrvPhotoKitSimLibrary.h"
+#ifdef ORV_HAVE_GPHOTO2
+#include "gphoto2/OrvGPhoto2Backend.h"
+#endif
 
 #include <QApplication>
 #include <QDir>
@@ -46,6 +49,10 @@ void printUsage()
              "  --images-only          the host wants photos only: sources leave movies out\n"
              "  --language de|en       language of album names and messages (default: de for a German\n"
              "                         system locale, en otherwise)\n"
+             "  --devices FILE         simulated cameras and devices (JSON, see platform/sim/README.md) instead\n"
+             "                         of the connected ones\n"
+             "  --camera MODEL=PORT    a camera detection cannot see, as gphoto2 names it (repeatable), e.g.\n"
+             "                         --camera \"Directory Browse=disk:/path/to/folder\"\n"
              "commands:\n";
     for (const OrvCommand& command : orvCommands())
         err() << "  " << command.usage << "\n";
@@ -120,6 +127,8 @@ int main(int argc, char** argv)
     int programId = defaultProgramId;
     bool verbose = false;
     QString language = QLocale::system().language() == QLocale::German ? QStringLiteral("de") : QStringLiteral("en");
+    bool simulatedDevices = false;
+    QList<QPair<QString, QString>> cameras;
     while (!arguments.isEmpty() && arguments.first().startsWith(QLatin1String("--"))) {
         const QString option = arguments.takeFirst();
         if (option == QLatin1String("--help")) {
@@ -175,6 +184,23 @@ int main(int argc, char** argv)
                 return 1;
             }
             qputenv("ORV_PHOTOS_LIBRARY", QFileInfo(value).absoluteFilePath().toLocal8Bit());
+        } else if (option == QLatin1String("--devices")) {
+            // The simulated devices of this file take the place of the connected ones.
+            QList<OrvImageCaptureSim::DeviceSpec> devices;
+            QString error;
+            if (!OrvImageCaptureSim::readDescription(value, &devices, &error)) {
+                err() << "orv-photos: " << error << "\n";
+                return 1;
+            }
+            qputenv("ORV_IMAGECAPTURE_DEVICES", QFileInfo(value).absoluteFilePath().toLocal8Bit());
+            simulatedDevices = true;
+        } else if (option == QLatin1String("--camera")) {
+            const qsizetype equals = value.indexOf(QLatin1Char('='));
+            if (equals <= 0 || equals + 1 >= value.size()) {
+                err() << "orv-photos: --camera takes MODEL=PORT, e.g. \"Directory Browse=disk:/path\"\n";
+                return 1;
+            }
+            cameras.append({value.left(equals), value.mid(equals + 1)});
         } else if (option == QLatin1String("--foto-list")) {
             OrvSingleton<OrvFotoSettings>::instance()->setFotoListExportPath(value);
         } else {
@@ -203,8 +229,25 @@ int main(int argc, char** argv)
     // The plug-in runs on the simulated frameworks here (--photos-library).
     OrvPhotoKitSim::install();
     OrvMediaLibrarySim::install();
-
     OrvImageIOQt::install();
+    // Cameras: the simulated ones (--devices), else the connected ones through libgphoto2.
+#ifndef ORV_HAVE_GPHOTO2
+    if (!cameras.isEmpty() && !simulatedDevices) {
+        err() << "orv-photos: --camera needs libgphoto2, which this build does not have\n";
+        return 1;
+    }
+#endif
+    if (simulatedDevices) {
+        OrvImageCaptureSim::install();
+    } else {
+#ifdef ORV_HAVE_GPHOTO2
+        OrvGPhoto2::install();
+        for (const auto& [model, port] : std::as_const(cameras)) {
+            if (!OrvGPhoto2::addCamera(model, port))
+                err() << "orv-photos: no camera " << model << " at " << port << "\n";
+        }
+#endif
+    }
     QLibrary plugin(pluginPath);
     const QFileInfo pluginFile(pluginPath);
     if (!pluginFile.isFile() || !plugin.load()) {

@@ -110,19 +110,36 @@ bool OrvTargetFolder::create(const QString& name, const Producer& produce)
         myError = QStringLiteral("%1 exists").arg(name);
         return false;
     }
-    const QByteArray finalName = QFile::encodeName(name);
     QByteArray temporaryName;
-    int fd = -1;
-    for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-        temporaryName = ".orv-" + QByteArray::number(QRandomGenerator::global()->generate64(), 36) + ".part";
-        fd = ::openat(myFd, temporaryName.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-        if (fd < 0 && errno != EEXIST)
-            break;
-    }
-    if (fd < 0) {
-        myError = systemError(errno);
+    return writeTemporary(produce, &temporaryName) && commitTemporary(temporaryName, name);
+}
+
+bool OrvTargetFolder::replace(const QString& name, const Producer& produce)
+{
+    myWriteFailed = false;
+    if (myFd < 0 || !isValidName(name))
+        return false;
+    const QByteArray finalName = QFile::encodeName(name);
+    struct stat info {};
+    if (::fstatat(myFd, finalName.constData(), &info, AT_SYMLINK_NOFOLLOW) == 0 && !S_ISREG(info.st_mode)) {
+        myError = QStringLiteral("%1 is no regular file").arg(name);
         return false;
     }
+    QByteArray temporaryName;
+    if (!writeTemporary(produce, &temporaryName))
+        return false;
+    if (::renameat(myFd, temporaryName.constData(), myFd, finalName.constData()) == 0)
+        return true;
+    myError = systemError(errno);
+    discardTemporary(temporaryName);
+    return false;
+}
+
+bool OrvTargetFolder::writeTemporary(const Producer& produce, QByteArray* temporaryName)
+{
+    const int fd = createTemporary(temporaryName);
+    if (fd < 0)
+        return false;
     bool ok = false;
     {
         TargetFile file(fd);
@@ -136,22 +153,66 @@ bool OrvTargetFolder::create(const QString& name, const Producer& produce)
         myWriteFailed = true;
         myError = systemError(errno);
     }
-    if (ok) {
-        // A hard link never replaces what exists; a rename where the file system
-        // has no links, after one more look.
-        if (::linkat(myFd, temporaryName.constData(), myFd, finalName.constData(), 0) != 0) {
-            const int error = errno;
-            if (error == EEXIST) {
-                ok = false;
-                myError = QStringLiteral("%1 exists").arg(name);
-            } else if (isTaken(name) || ::renameat(myFd, temporaryName.constData(), myFd, finalName.constData()) != 0) {
-                ok = false;
-                myError = systemError(error);
-            } else {
-                return true;
-            }
+    if (!ok)
+        discardTemporary(*temporaryName);
+    return ok;
+}
+
+int OrvTargetFolder::createTemporary(QByteArray* temporaryName)
+{
+    if (myFd < 0 || !temporaryName)
+        return -1;
+    int fd = -1;
+    for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
+        *temporaryName = ".orv-" + QByteArray::number(QRandomGenerator::global()->generate64(), 36) + ".part";
+        fd = ::openat(myFd, temporaryName->constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+        if (fd < 0 && errno != EEXIST)
+            break;
+    }
+    if (fd < 0)
+        myError = systemError(errno);
+    return fd;
+}
+
+bool OrvTargetFolder::commitTemporary(const QByteArray& temporaryName, const QString& name)
+{
+    if (myFd < 0)
+        return false;
+    if (!isValidName(name) || isTaken(name)) {
+        myError = QStringLiteral("%1 exists").arg(name);
+        discardTemporary(temporaryName);
+        return false;
+    }
+    const QByteArray finalName = QFile::encodeName(name);
+    bool ok = true;
+    // A hard link never replaces what exists; a rename where the file system
+    // has no links, after one more look.
+    if (::linkat(myFd, temporaryName.constData(), myFd, finalName.constData(), 0) != 0) {
+        const int error = errno;
+        if (error == EEXIST) {
+            ok = false;
+            myError = QStringLiteral("%1 exists").arg(name);
+        } else if (isTaken(name) || ::renameat(myFd, temporaryName.constData(), myFd, finalName.constData()) != 0) {
+            ok = false;
+            myError = systemError(error);
+        } else {
+            return true;
         }
     }
-    ::unlinkat(myFd, temporaryName.constData(), 0);
+    discardTemporary(temporaryName);
     return ok;
+}
+
+void OrvTargetFolder::discardTemporary(const QByteArray& temporaryName)
+{
+    if (myFd >= 0 && !temporaryName.isEmpty())
+        ::unlinkat(myFd, temporaryName.constData(), 0);
+}
+
+qint64 OrvTargetFolder::temporarySize(const QByteArray& temporaryName) const
+{
+    struct stat info {};
+    if (myFd < 0 || ::fstatat(myFd, temporaryName.constData(), &info, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(info.st_mode))
+        return -1;
+    return qint64(info.st_size);
 }

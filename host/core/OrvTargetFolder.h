@@ -39,7 +39,26 @@ public:
     bool create(const QString& name, const Producer& produce);
     bool create(const QString& name, const QByteArray& bytes);
 
+    // Writes name anew, as create does, and then puts it in place of the regular
+    // file of that name, if there is one (a settings file the user asked to
+    // change). Never through or over a link or a folder: those are refused.
+    bool replace(const QString& name, const Producer& produce);
+
+    // For a writer that needs the descriptor itself (a library that writes into
+    // it): an exclusive hidden temporary file in the folder, which commit links
+    // into place under name (never over what exists) and discard removes. The
+    // caller closes the descriptor (or hands it to whoever closes it) first.
+    // -1 when the folder is not open or the file cannot be made.
+    int createTemporary(QByteArray* temporaryName);
+    bool commitTemporary(const QByteArray& temporaryName, const QString& name);
+    void discardTemporary(const QByteArray& temporaryName);
+    // The size of a temporary file as written so far; -1 when it is gone.
+    qint64 temporarySize(const QByteArray& temporaryName) const;
+
 private:
+    // The produced bytes in a new temporary file; false (and nothing left) when writing fails.
+    bool writeTemporary(const Producer& produce, QByteArray* temporaryName);
+
     QString myPath;
     QString myError;
     bool myWriteFailed = false;

@@ -3,6 +3,7 @@
 #include "OrvApplePhotosDatabase.h"
 #include "OrvApplePhotosFile.h"
 #include "OrvMacPasteboardMimePhotosAsset.h"
+#include "OrvAppleImageCaptureDatabase.h"
 #include "OrvExternalDatabase.h"
 #include "OrvFotoRegistries.h"
 #include "OrvIPhotoDatabase.h"
@@ -57,6 +58,8 @@ void OrvApplePhotosInitializer::setup(OrvInitializerOption)
         // Older systems (and any other) see the Photos library through MediaLibrary; no foto list there.
         registerSource(OrvFotoDatabaseType(OrvFotoDatabaseType::ApplePhotos), OrvSingleton<OrvApplePhotosDatabase>::instance());
     }
+    registerSource(OrvFotoDatabaseType(OrvFotoDatabaseType::AppleImageCapture),
+                   OrvSingleton<OrvAppleImageCaptureDatabase>::instance());
     OrvSingleton<OrvFotoSourceControllerRegistry>::instance()->reloadControllers();
 }
 

@@ -89,10 +89,10 @@ TEST_F(InitializerFixture, RegistersTheSourcesInTheirFixedOrderForTheSystem)
 {
     // The operating system decides the Photos source; whatever the program id.
     for (int programId : {1, 8}) {
-        EXPECT_EQ(setUpOn("macos:14.0", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::PhotoKit}));
-        EXPECT_EQ(setUpOn("macos:10.15.0", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::PhotoKit}));
-        EXPECT_EQ(setUpOn("macos:10.14.6", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::ApplePhotos}));
-        EXPECT_EQ(setUpOn("linux", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::ApplePhotos}));
+        EXPECT_EQ(setUpOn("macos:14.0", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::PhotoKit, OrvFotoDatabaseType::AppleImageCapture}));
+        EXPECT_EQ(setUpOn("macos:10.15.0", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::PhotoKit, OrvFotoDatabaseType::AppleImageCapture}));
+        EXPECT_EQ(setUpOn("macos:10.14.6", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::ApplePhotos, OrvFotoDatabaseType::AppleImageCapture}));
+        EXPECT_EQ(setUpOn("linux", programId), (QList<quint32>{OrvFotoDatabaseType::IPhoto, OrvFotoDatabaseType::Aperture, OrvFotoDatabaseType::ApplePhotos, OrvFotoDatabaseType::AppleImageCapture}));
     }
     OrvFotoDatabaseFactory* factory = OrvSingleton<OrvFotoDatabaseFactory>::instance();
     setUpOn("macos:14.0");

@@ -214,3 +214,68 @@ TEST_F(UserFileTest, FailedWritesLeaveNothingBehind)
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     EXPECT_TRUE(entries(target).isEmpty()) << entries(target).join(QLatin1Char(' ')).toStdString();
 }
+
+TEST_F(UserFileTest, ADescriptorHandedOutIsCommittedWholeOrLeavesNothing)
+{
+    const QString target = path(QStringLiteral("downloads"));
+    OrvTargetFolder folder(target);
+    ASSERT_TRUE(folder.isOpen());
+    // A library writes into the descriptor itself; the name appears only on commit.
+    QByteArray temporary;
+    int fd = folder.createTemporary(&temporary);
+    ASSERT_GE(fd, 0);
+    EXPECT_TRUE(temporary.startsWith(".orv-"));
+    ASSERT_EQ(::write(fd, "photo", 5), 5);
+    ::close(fd);
+    EXPECT_EQ(folder.temporarySize(temporary), 5);
+    EXPECT_FALSE(folder.isTaken(QStringLiteral("IMG.JPG")));
+    ASSERT_TRUE(folder.commitTemporary(temporary, QStringLiteral("IMG.JPG")));
+    EXPECT_EQ(entries(target), QStringList{QStringLiteral("IMG.JPG")});
+    EXPECT_EQ(folder.temporarySize(temporary), -1);
+
+    // Never over what exists, and never under a name that is no name: the temporary file goes.
+    for (const QString& name : {QStringLiteral("IMG.JPG"), QStringLiteral("a/b"), QString()}) {
+        fd = folder.createTemporary(&temporary);
+        ASSERT_GE(fd, 0);
+        ::close(fd);
+        EXPECT_FALSE(folder.commitTemporary(temporary, name)) << name.toStdString();
+        EXPECT_EQ(entries(target), QStringList{QStringLiteral("IMG.JPG")});
+    }
+    fd = folder.createTemporary(&temporary);
+    ::close(fd);
+    folder.discardTemporary(temporary);
+    EXPECT_EQ(entries(target), QStringList{QStringLiteral("IMG.JPG")});
+    QFile kept(target + QStringLiteral("/IMG.JPG"));
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    EXPECT_EQ(kept.readAll(), "photo");
+}
+
+TEST_F(UserFileTest, ReplacingASettingsFileNeverGoesThroughALink)
+{
+    QTemporaryDir outside;
+    const QString target = path(QStringLiteral("config"));
+    OrvTargetFolder folder(target);
+    ASSERT_TRUE(folder.isOpen());
+    EXPECT_TRUE(folder.replace(QStringLiteral("a.list"), [](QIODevice* out) { return out->write("one") == 3; }));
+    EXPECT_TRUE(folder.replace(QStringLiteral("a.list"), [](QIODevice* out) { return out->write("two") == 3; }));
+    QFile replaced(target + QStringLiteral("/a.list"));
+    ASSERT_TRUE(replaced.open(QIODevice::ReadOnly));
+    EXPECT_EQ(replaced.readAll(), "two");
+    // A write that fails keeps the old file as it was.
+    EXPECT_FALSE(folder.replace(QStringLiteral("a.list"), [](QIODevice* out) {
+        out->write("thr");
+        return false;
+    }));
+    replaced.seek(0);
+    EXPECT_EQ(replaced.readAll(), "two");
+    // A link or a folder under the name is left alone.
+    OrvTest::writeFile(outside.filePath(QStringLiteral("dotfile")), "mine");
+    QFile::link(outside.filePath(QStringLiteral("dotfile")), target + QStringLiteral("/b.list"));
+    QDir().mkpath(target + QStringLiteral("/c.list"));
+    for (const QString& name : {QStringLiteral("b.list"), QStringLiteral("c.list")})
+        EXPECT_FALSE(folder.replace(name, [](QIODevice* out) { return out->write("evil") == 4; })) << name.toStdString();
+    QFile dotfile(outside.filePath(QStringLiteral("dotfile")));
+    ASSERT_TRUE(dotfile.open(QIODevice::ReadOnly));
+    EXPECT_EQ(dotfile.readAll(), "mine");
+    EXPECT_EQ(entries(target), (QStringList{QStringLiteral("a.list"), QStringLiteral("b.list"), QStringLiteral("c.list")}));
+}

@@ -1,0 +1,417 @@
+#include "OrvGPhoto2Device.h"
+
+#include "OrvGPhoto2Thumbnail.h"
+#include "OrvImageCaptureHub.h"
+#include "OrvTargetFolder.h"
+#include "OrvUniformType.h"
+#include "OrvXdgMimeApps.h"
+
+#include <QDateTime>
+#include <QDebug>
+#include <QFileInfo>
+
+#include <gphoto2/gphoto2.h>
+
+#include <chrono>
+#include <thread>
+#include <unistd.h>
+
+using namespace OrvImageCapture;
+
+namespace OrvGPhoto2 {
+
+namespace {
+
+// Items are announced in batches of this many as the listing goes on.
+constexpr int itemBatch = 200;
+constexpr int thumbnailBatch = 16;
+// Real storages are not deeper; a deeper tree (or a loop) is not walked further.
+constexpr int maxFolderDepth = 32;
+// A device that another program holds is asked again after these pauses.
+constexpr int busyRetryMs[] = {500, 1000, 2000};
+
+QString childPath(const QString& folder, const QString& name)
+{
+    return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
+}
+
+QStringList namesIn(CameraList* list)
+{
+    QStringList names;
+    for (int i = 0; i < gp_list_count(list); ++i) {
+        const char* name = nullptr;
+        if (gp_list_get_name(list, i, &name) >= GP_OK && name)
+            names.append(QString::fromUtf8(name));
+    }
+    return names;
+}
+
+} // namespace
+
+std::shared_ptr<Device> Device::create(const QString& model, const QString& port, const QString& uuid)
+{
+    return std::shared_ptr<Device>(new Device(model, port, uuid));
+}
+
+Device::Device(const QString& model, const QString& port, const QString& uuid) : myModel(model), myPort(port), myUuid(uuid) {}
+
+Device::~Device()
+{
+    myCancel.stopping = true;
+    cancelDownloads();
+    // Runs before the thread stops (High work is done, the rest dropped).
+    myThread.post(TaskThread::High, [this] { closeCamera(); });
+}
+
+quint32 Device::type() const { return DeviceTypeCamera | (myPort.startsWith(QLatin1String("ptpip:")) ? DeviceLocationTypeShared : DeviceLocationTypeLocal); }
+
+QImage Device::icon() const { return defaultCameraIcon(); }
+
+void Device::setDelegate(const std::weak_ptr<CameraDeviceDelegate>& delegate) { myDelegate = delegate; }
+
+QString Device::autolaunchApplicationPath() const { return OrvXdgMimeApps::defaultApplication(OrvXdgMimeApps::cameraContent); }
+
+void Device::setAutolaunchApplicationPath(const QString& path)
+{
+    OrvXdgMimeApps::setDefaultApplication(OrvXdgMimeApps::cameraContent, path);
+}
+
+void Device::deliver(int session,
+                     const std::function<void(const std::shared_ptr<Device>&, const std::shared_ptr<CameraDeviceDelegate>&)>& what)
+{
+    std::weak_ptr<Device> self = weak_from_this();
+    postToMainThread([self, session, what] {
+        const auto device = self.lock();
+        if (!device || !device->mySessionOpen || device->mySession != session)
+            return;
+        if (const auto delegate = device->myDelegate.lock())
+            what(device, delegate);
+    });
+}
+
+// ---- session
+
+void Device::requestOpenSession()
+{
+    if (mySessionOpen)
+        return;
+    const int session = ++mySession;
+    myThread.post(TaskThread::High, [this, session] { openCamera(session); });
+}
+
+void Device::openCamera(int session)
+{
+    std::weak_ptr<Device> self = weak_from_this();
+    int result = GP_ERROR;
+    QString why;
+    if (!myCamera && gp_camera_new(&myCamera) >= GP_OK) {
+        myContext = newContext(&myCancel);
+        if (!setUpCamera(myCamera, myModel, myPort, &why)) {
+            qDebug() << "Image Capture:" << why;
+            closeCamera();
+        }
+    }
+    for (int attempt = 0; myCamera && !myCancel.stopping; ++attempt) {
+        const LibraryAllocations drivers;
+        result = gp_camera_init(myCamera, myContext);
+        if (classify(result) != Failure::Busy || attempt >= int(std::size(busyRetryMs)))
+            break;
+        for (int waited = 0; waited < busyRetryMs[attempt] && !myCancel.stopping; waited += 50)
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    if (result < GP_OK) {
+        if (classify(result) == Failure::Busy)
+            qWarning().noquote() << QStringLiteral("Image Capture: %1 on %2 is in use by another program; a desktop's file "
+                                                   "manager may hold it (release it with: gio mount -s gphoto2)")
+                                        .arg(myModel, myPort);
+        else if (myCamera)
+            qDebug() << "Image Capture: cannot open" << myModel << myPort << describe(result);
+        closeCamera();
+        const Error error = toError(result);
+        postToMainThread([self, session, error] {
+            const auto device = self.lock();
+            const auto delegate = device ? device->myDelegate.lock() : nullptr;
+            if (delegate && device->mySession == session)
+                delegate->deviceDidOpenSession(device, error);
+        });
+        return;
+    }
+    myDisconnected = false;
+    postToMainThread([self, session] {
+        const auto device = self.lock();
+        if (!device || device->mySession != session)
+            return;
+        device->mySessionOpen = true;
+        if (const auto delegate = device->myDelegate.lock())
+            delegate->deviceDidOpenSession(device, std::nullopt);
+    });
+    myThread.post(TaskThread::Normal, [this, session] { listItems(session); });
+}
+
+void Device::requestCloseSession()
+{
+    myCancel.stopping = true;
+    cancelDownloads();
+    std::weak_ptr<Device> self = weak_from_this();
+    const int closing = mySession;
+    myThread.post(TaskThread::High, [this, self, closing] {
+        closeCamera();
+        myCancel.stopping = false;
+        postToMainThread([self, closing] {
+            const auto device = self.lock();
+            if (!device || !device->mySessionOpen || device->mySession != closing)
+                return;
+            device->mySessionOpen = false;
+            ++device->mySession;
+            if (const auto delegate = device->myDelegate.lock())
+                delegate->deviceDidCloseSession(device, std::nullopt);
+        });
+    });
+}
+
+void Device::closeCamera()
+{
+    for (const FilePtr& file : myThumbnailed)
+        file->setThumbnail(QImage());
+    myThumbnailed.clear();
+    if (myCamera) {
+        const LibraryAllocations drivers;
+        gp_camera_exit(myCamera, myContext);
+        gp_camera_unref(myCamera);
+        myCamera = nullptr;
+    }
+    if (myContext) {
+        gp_context_unref(myContext);
+        myContext = nullptr;
+    }
+}
+
+bool Device::failed(int result)
+{
+    if (result >= GP_OK)
+        return false;
+    if (classify(result) == Failure::Disconnected && !myDisconnected.exchange(true)) {
+        qDebug() << "Image Capture:" << myModel << "on" << myPort << "is gone:" << describe(result);
+        // What is still waiting fails; the session ends here, on the camera's own thread.
+        cancelDownloads();
+        closeCamera();
+        std::weak_ptr<Device> self = weak_from_this();
+        postToMainThread([self] {
+            const auto device = self.lock();
+            if (device && device->myOnDisconnect)
+                device->myOnDisconnect(device->myUuid);
+        });
+    }
+    return true;
+}
+
+// ---- listing and thumbnails
+
+void Device::listItems(int session)
+{
+    std::weak_ptr<CameraDevice> owner = weak_from_this();
+    auto top = std::make_shared<const ListedFolder>(
+        ItemFields{QStringLiteral("/"), OrvUniformType::kUTTypeFolder, QDateTime(), nullptr, owner, QStringLiteral("/")});
+    QList<CameraItemPtr> batch;
+    QList<FilePtr> files;
+    auto flush = [&] {
+        if (batch.isEmpty())
+            return;
+        deliver(session, [batch](const auto& device, const auto& delegate) { delegate->cameraDeviceDidAddItems(device, batch); });
+        batch.clear();
+    };
+    CameraList* list = nullptr;
+    if (gp_list_new(&list) < GP_OK)
+        return;
+    // Depth first, in the camera's order; folders are items too (the source skips them).
+    std::function<bool(const std::shared_ptr<const ListedFolder>&, int)> walk = [&](const std::shared_ptr<const ListedFolder>& folder,
+                                                                                   int depth) {
+        const QString path = folder->location();
+        const QByteArray pathBytes = path.toUtf8();
+        gp_list_reset(list);
+        if (failed(gp_camera_folder_list_files(myCamera, pathBytes.constData(), list, myContext)))
+            return !myDisconnected;
+        for (const QString& name : namesIn(list)) {
+            if (mySession != session || myCancel.stopping)
+                return false;
+            CameraFileInfo info {};
+            const int result = gp_camera_file_get_info(myCamera, pathBytes.constData(), name.toUtf8().constData(), &info, myContext);
+            if (failed(result) && myDisconnected)
+                return false;
+            const bool known = result >= GP_OK;
+            const QString mime = known && (info.file.fields & GP_FILE_INFO_TYPE) ? QString::fromUtf8(info.file.type) : QString();
+            QString uti = OrvUniformType::typeForMimeType(mime);
+            if (uti == OrvUniformType::kUTTypeData)
+                uti = OrvUniformType::typeForExtension(name.section(QLatin1Char('.'), -1));
+            const QDateTime created = known && (info.file.fields & GP_FILE_INFO_MTIME) && info.file.mtime > 0
+                ? QDateTime::fromSecsSinceEpoch(qint64(info.file.mtime), Qt::UTC)
+                : QDateTime();
+            const qint64 size = known && (info.file.fields & GP_FILE_INFO_SIZE) ? qint64(info.file.size) : -1;
+            auto file = std::make_shared<const ListedFile>(ItemFields{name, uti, created, folder, owner, path}, size);
+            batch.append(file);
+            files.append(file);
+            if (batch.size() >= itemBatch)
+                flush();
+        }
+        gp_list_reset(list);
+        if (failed(gp_camera_folder_list_folders(myCamera, pathBytes.constData(), list, myContext)))
+            return !myDisconnected;
+        const QStringList folders = namesIn(list);
+        for (const QString& name : folders) {
+            if (depth >= maxFolderDepth)
+                break;
+            auto child = std::make_shared<const ListedFolder>(
+                ItemFields{name, OrvUniformType::kUTTypeFolder, QDateTime(), folder, owner, childPath(path, name)});
+            batch.append(child);
+            if (!walk(child, depth + 1))
+                return false;
+        }
+        return true;
+    };
+    const bool complete = myCamera && walk(top, 0);
+    gp_list_free(list);
+    flush();
+    if (!complete)
+        return;
+    std::weak_ptr<Device> self = weak_from_this();
+    deliver(session, [self, session, files](const auto& device, const auto& delegate) {
+        delegate->deviceDidBecomeReadyWithCompleteContentCatalog(device);
+        device->askForThumbnails(session, files, 0);
+    });
+}
+
+void Device::askForThumbnails(int session, const QList<FilePtr>& files, int from)
+{
+    const auto delegate = myDelegate.lock();
+    if (!delegate || !mySessionOpen || mySession != session)
+        return;
+    // Asked a batch at a time, so that a download never waits behind a long queue.
+    QList<FilePtr> wanted;
+    int next = from;
+    for (; next < files.size() && wanted.size() < thumbnailBatch; ++next) {
+        if (delegate->cameraDeviceShouldGetThumbnailOfItem(shared_from_this(), files.at(next)))
+            wanted.append(files.at(next));
+    }
+    if (wanted.isEmpty() && next >= files.size())
+        return;
+    myThread.post(TaskThread::Low, [this, session, files, wanted, next] {
+        readThumbnails(session, wanted);
+        std::weak_ptr<Device> self = weak_from_this();
+        postToMainThread([self, session, files, next] {
+            if (const auto device = self.lock())
+                device->askForThumbnails(session, files, next);
+        });
+    });
+}
+
+void Device::readThumbnails(int session, const QList<FilePtr>& files)
+{
+    QList<CameraItemPtr> read;
+    for (const FilePtr& file : files) {
+        if (!myCamera || mySession != session || myCancel.stopping)
+            break;
+        const QImage thumbnail =
+            readThumbnail(myCamera, myContext, file->location(), file->name(), file->fileSize(), thumbnailEdge);
+        if (thumbnail.isNull())
+            continue;
+        file->setThumbnail(thumbnail);
+        myThumbnailed.push_back(file);
+        if (myThumbnailed.size() > size_t(thumbnailCacheSize)) {
+            myThumbnailed.front()->setThumbnail(QImage());
+            myThumbnailed.pop_front();
+        }
+        read.append(file);
+    }
+    if (read.isEmpty())
+        return;
+    deliver(session, [read](const auto& device, const auto& delegate) {
+        for (const CameraItemPtr& item : read)
+            delegate->cameraDeviceDidReceiveThumbnailForItem(device, item);
+    });
+}
+
+// ---- downloads
+
+void Device::requestDownloadFile(const CameraFilePtr& file, const DownloadOptions& options,
+                                 const std::weak_ptr<DownloadDelegate>& delegate, void* contextInfo)
+{
+    Download request;
+    request.file = file;
+    request.options = options;
+    request.delegate = delegate;
+    request.contextInfo = contextInfo;
+    request.cancelled = std::make_shared<std::atomic<bool>>(false);
+    {
+        std::lock_guard<std::mutex> lock(myDownloadsMutex);
+        myDownloadFlags.append(request.cancelled);
+    }
+    myThread.post(TaskThread::High, [this, request] { download(request); });
+}
+
+void Device::cancelDownloads()
+{
+    std::lock_guard<std::mutex> lock(myDownloadsMutex);
+    for (const auto& flag : std::as_const(myDownloadFlags))
+        *flag = true;
+    myDownloadFlags.clear();
+}
+
+void Device::download(const Download& request)
+{
+    {
+        std::lock_guard<std::mutex> lock(myDownloadsMutex);
+        myDownloadFlags.removeAll(request.cancelled);
+    }
+    const auto file = std::dynamic_pointer_cast<const ListedFile>(request.file);
+    if (!myCamera || myDisconnected || !file) {
+        reportDownload(request, Error{ErrorDeviceRemoved, QStringLiteral("the device is not open")});
+        return;
+    }
+    if (*request.cancelled) {
+        reportDownload(request, Error{ErrorCancelled, QStringLiteral("cancelled")});
+        return;
+    }
+    OrvTargetFolder folder(request.options.downloadsDirectoryURL.toLocalFile());
+    QByteArray temporary;
+    const int fd = folder.createTemporary(&temporary);
+    if (fd < 0) {
+        reportDownload(request, Error{ErrorWriteFailed, folder.errorString()});
+        return;
+    }
+    ::CameraFile* cameraFile = nullptr;
+    if (gp_file_new_from_fd(&cameraFile, fd) < GP_OK) {
+        ::close(fd);
+        folder.discardTemporary(temporary);
+        reportDownload(request, Error{ErrorWriteFailed, QStringLiteral("cannot hand the file to libgphoto2")});
+        return;
+    }
+    myCancel.request = request.cancelled;
+    const int result = gp_camera_file_get(myCamera, file->location().toUtf8().constData(), file->name().toUtf8().constData(),
+                                          GP_FILE_TYPE_NORMAL, cameraFile, myContext);
+    // libgphoto2 closes the descriptor it was given.
+    gp_file_unref(cameraFile);
+    myCancel.request.reset();
+    const qint64 written = folder.temporarySize(temporary);
+    // libgphoto2 may answer GP_OK after a cancel: the flag decides, and so does the size.
+    const bool cancelled = *request.cancelled || myCancel.stopping;
+    const bool complete = result >= GP_OK && !cancelled && written >= 0 && (file->fileSize() < 0 || written == file->fileSize());
+    if (!complete) {
+        folder.discardTemporary(temporary);
+        if (result < GP_OK)
+            failed(result);
+        const Error error = cancelled            ? Error{ErrorCancelled, QStringLiteral("cancelled")}
+            : result < GP_OK                     ? toError(result)
+                                                 : Error{ErrorWriteFailed, QStringLiteral("the file was not written whole")};
+        reportDownload(request, error);
+        return;
+    }
+    if (!folder.commitTemporary(temporary, request.options.saveAsFilename)) {
+        reportDownload(request, Error{ErrorWriteFailed, folder.errorString()});
+        return;
+    }
+    Download done = request;
+    done.options.savedFilename = request.options.saveAsFilename;
+    reportDownload(done, std::nullopt);
+}
+
+} // namespace OrvGPhoto2

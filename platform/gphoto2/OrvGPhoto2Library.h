@@ -1,0 +1,58 @@
+#pragma once
+
+// What libgphoto2 offers to every camera at once: its lists of camera models
+// and ports, which are not safe to use from several threads, so every use of
+// them is made under one process-wide lock; and the meaning of its results.
+
+#include "OrvImageCapture.h"
+
+#include <QList>
+#include <QPair>
+#include <QString>
+
+#include <atomic>
+#include <memory>
+
+typedef struct _Camera Camera;
+typedef struct _GPContext GPContext;
+
+namespace OrvGPhoto2 {
+
+// libgphoto2 loads its drivers as modules, and some keep what they allocate
+// when loaded until the process ends, after the module itself is unloaded.
+// Scopes that load drivers hold this, so that a leak checker (LeakSanitizer)
+// leaves the library's own allocations out of its report; elsewhere it does nothing.
+class LibraryAllocations
+{
+public:
+    LibraryAllocations();
+    ~LibraryAllocations();
+    LibraryAllocations(const LibraryAllocations&) = delete;
+    LibraryAllocations& operator=(const LibraryAllocations&) = delete;
+};
+
+// Gives the camera the driver of model and the port (as gphoto2's --camera and --port do).
+bool setUpCamera(Camera* camera, const QString& model, const QString& port, QString* why);
+// The cameras the ports show now: (model, port) pairs.
+QList<QPair<QString, QString>> detectCameras(GPContext* context);
+
+enum class Failure { None, Busy, Timeout, Disconnected, NotFound, Cancelled, NoSpace, Other };
+Failure classify(int result);
+// The error a delegate hears for a result of libgphoto2.
+OrvImageCapture::Error toError(int result);
+QString describe(int result);
+
+// What a camera's context asks before each step of a transfer: whether the
+// session stops, or the request at hand was cancelled. request is set and read
+// on the camera's own thread only; the flags themselves from anywhere.
+struct CancelSource
+{
+    std::atomic<bool> stopping{false};
+    std::shared_ptr<std::atomic<bool>> request;
+    bool cancelled() const { return stopping.load() || (request && request->load()); }
+};
+
+// A context that asks cancel (which outlives it) and keeps the library's messages as debug lines.
+GPContext* newContext(const CancelSource* cancel);
+
+} // namespace OrvGPhoto2

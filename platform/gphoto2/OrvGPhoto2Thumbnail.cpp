@@ -1,0 +1,137 @@
+#include "OrvGPhoto2Thumbnail.h"
+
+#include "OrvMediaLoader.h"
+
+#include <QBuffer>
+
+#include <gphoto2/gphoto2.h>
+
+namespace OrvGPhoto2 {
+
+namespace {
+
+// The EXIF block of a JPEG is at most 64 KiB and comes first.
+constexpr qint64 headBytes = 128 * 1024;
+
+QImage decodeScaled(const char* data, qint64 size, int edge)
+{
+    if (!data || size <= 0)
+        return {};
+    QByteArray bytes = QByteArray::fromRawData(data, qsizetype(size));
+    QBuffer buffer(&bytes);
+    if (!buffer.open(QIODevice::ReadOnly))
+        return {};
+    return OrvSingleton<OrvMediaLoader>::instance()->load(&buffer, QSize(edge, edge));
+}
+
+QImage fromCameraFile(Camera* camera, GPContext* context, const QByteArray& folder, const QByteArray& name,
+                      CameraFileType type, int edge)
+{
+    CameraFile* file = nullptr;
+    if (gp_file_new(&file) < GP_OK)
+        return {};
+    QImage image;
+    if (gp_camera_file_get(camera, folder.constData(), name.constData(), type, file, context) >= GP_OK) {
+        const char* data = nullptr;
+        unsigned long size = 0;
+        if (gp_file_get_data_and_size(file, &data, &size) >= GP_OK)
+            image = decodeScaled(data, qint64(size), edge);
+    }
+    gp_file_unref(file);
+    return image;
+}
+
+quint32 read16(const uchar* p, bool little) { return little ? p[0] | p[1] << 8 : p[0] << 8 | p[1]; }
+quint32 read32(const uchar* p, bool little)
+{
+    return little ? quint32(p[0]) | quint32(p[1]) << 8 | quint32(p[2]) << 16 | quint32(p[3]) << 24
+                  : quint32(p[0]) << 24 | quint32(p[1]) << 16 | quint32(p[2]) << 8 | quint32(p[3]);
+}
+
+} // namespace
+
+QByteArray exifThumbnail(const QByteArray& head)
+{
+    const auto* bytes = reinterpret_cast<const uchar*>(head.constData());
+    const qsizetype size = head.size();
+    if (size < 4 || bytes[0] != 0xFF || bytes[1] != 0xD8)
+        return {};
+    // Walk the markers before the image data to the APP1 segment that holds EXIF.
+    for (qsizetype at = 2; at + 4 <= size;) {
+        if (bytes[at] != 0xFF)
+            return {};
+        const uchar marker = bytes[at + 1];
+        if (marker == 0xD8 || (marker >= 0xD0 && marker <= 0xD7) || marker == 0x01 || marker == 0xFF) {
+            at += marker == 0xFF ? 1 : 2;
+            continue;
+        }
+        if (marker == 0xDA || marker == 0xD9)
+            return {};
+        const qsizetype length = qsizetype(bytes[at + 2]) << 8 | bytes[at + 3];
+        if (length < 2)
+            return {};
+        const qsizetype payload = at + 4;
+        const qsizetype end = qMin(size, at + 2 + length);
+        if (marker == 0xE1 && end - payload > 14 && head.mid(payload, 6) == QByteArray("Exif\0\0", 6)) {
+            const uchar* tiff = bytes + payload + 6;
+            const qsizetype tiffSize = end - payload - 6;
+            const bool little = tiff[0] == 'I' && tiff[1] == 'I';
+            if (!little && !(tiff[0] == 'M' && tiff[1] == 'M'))
+                return {};
+            auto inside = [&](quint64 offset, quint64 length) { return offset + length <= quint64(tiffSize); };
+            const quint32 ifd0 = read32(tiff + 4, little);
+            if (!inside(ifd0, 2))
+                return {};
+            const quint32 entries0 = read16(tiff + ifd0, little);
+            const quint64 next = quint64(ifd0) + 2 + 12 * quint64(entries0);
+            if (!inside(next, 4))
+                return {};
+            const quint32 ifd1 = read32(tiff + next, little);
+            if (ifd1 == 0 || !inside(ifd1, 2))
+                return {};
+            const quint32 entries1 = read16(tiff + ifd1, little);
+            quint32 offset = 0;
+            quint32 bytesCount = 0;
+            for (quint32 i = 0; i < entries1 && inside(quint64(ifd1) + 2 + 12 * quint64(i + 1), 0); ++i) {
+                const uchar* entry = tiff + ifd1 + 2 + 12 * i;
+                const quint32 tag = read16(entry, little);
+                const quint32 type = read16(entry + 2, little);
+                const quint32 value = type == 3 ? read16(entry + 8, little) : read32(entry + 8, little);
+                if (tag == 0x0201)
+                    offset = value;
+                else if (tag == 0x0202)
+                    bytesCount = value;
+            }
+            if (offset == 0 || bytesCount == 0 || !inside(offset, bytesCount))
+                return {};
+            return QByteArray(reinterpret_cast<const char*>(tiff + offset), qsizetype(bytesCount));
+        }
+        at = at + 2 + length;
+    }
+    return {};
+}
+
+QImage readThumbnail(Camera* camera, GPContext* context, const QString& folder, const QString& name, qint64 size, int edge)
+{
+    const QByteArray folderPath = folder.toUtf8();
+    const QByteArray fileName = name.toUtf8();
+    QImage image = fromCameraFile(camera, context, folderPath, fileName, GP_FILE_TYPE_PREVIEW, edge);
+    if (!image.isNull())
+        return image;
+    QByteArray head(headBytes, Qt::Uninitialized);
+    uint64_t got = uint64_t(head.size());
+    if (gp_camera_file_read(camera, folderPath.constData(), fileName.constData(), GP_FILE_TYPE_NORMAL, 0, head.data(), &got,
+                            context)
+        >= GP_OK) {
+        head.truncate(qsizetype(qMin<uint64_t>(got, uint64_t(head.size()))));
+        const QByteArray thumbnail = exifThumbnail(head);
+        image = decodeScaled(thumbnail.constData(), thumbnail.size(), edge);
+        if (!image.isNull())
+            return image;
+    }
+    if (size <= 0 || size > thumbnailReadBound)
+        return {};
+    return fromCameraFile(camera, context, folderPath, fileName, GP_FILE_TYPE_NORMAL, edge);
+}
+
+} // namespace OrvGPhoto2

@@ -1,0 +1,25 @@
+#pragma once
+
+// A camera item's thumbnail, by the cheapest way the camera allows: its own
+// preview, else the EXIF thumbnail at the start of the file, else the whole
+// file decoded scaled (only for files small enough to read whole).
+
+#include <QByteArray>
+#include <QImage>
+#include <QString>
+
+typedef struct _Camera Camera;
+typedef struct _GPContext GPContext;
+
+namespace OrvGPhoto2 {
+
+// Files up to this size are read whole for a thumbnail when nothing smaller serves.
+constexpr qint64 thumbnailReadBound = 64 * 1024 * 1024;
+
+// Runs on the camera's thread. A null image when none of the ways gives one.
+QImage readThumbnail(Camera* camera, GPContext* context, const QString& folder, const QString& name, qint64 size,
+                     int edge);
+// The JPEG thumbnail that the EXIF block at the start of a JPEG holds; empty when there is none.
+QByteArray exifThumbnail(const QByteArray& head);
+
+} // namespace OrvGPhoto2

@@ -1,0 +1,384 @@
+// The libgphoto2 backend end to end, on libgphoto2's "Directory Browse"
+// driver, which serves a folder as a camera: through the Image Capture source
+// as the host sees it, and the device's own downloads and cancels.
+
+#include "OrvAppleImageCaptureDatabase.h"
+#include "OrvAppleImageCaptureInterface.h"
+#include "OrvFotoRegistries.h"
+#include "gphoto2/OrvGPhoto2Backend.h"
+#include "gphoto2/OrvGPhoto2TaskThread.h"
+#include "gphoto2/OrvGPhoto2Thumbnail.h"
+#include "gphoto2/OrvXdgMimeApps.h"
+
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <atomic>
+#include <csignal>
+#include <mutex>
+#include <sys/resource.h>
+#include <thread>
+
+using namespace OrvImageCapture;
+
+namespace {
+
+const QString model = QStringLiteral("Directory Browse");
+
+// A JPEG whose EXIF block carries a thumbnail (a second, smaller JPEG).
+QByteArray jpegWithExifThumbnail(const QByteArray& main, const QByteArray& thumbnail)
+{
+    QByteArray tiff("II*\0\x08\0\0\0", 8);
+    auto put16 = [&](quint16 v) { tiff.append(char(v & 0xFF)).append(char(v >> 8)); };
+    auto put32 = [&](quint32 v) { put16(quint16(v & 0xFFFF)), put16(quint16(v >> 16)); };
+    put16(0);   // IFD0: no entries
+    put32(14);  // IFD1 follows
+    put16(2);
+    const quint32 data = 14 + 2 + 2 * 12 + 4;
+    put16(0x0201), put16(4), put32(1), put32(data);
+    put16(0x0202), put16(4), put32(1), put32(quint32(thumbnail.size()));
+    put32(0);
+    tiff.append(thumbnail);
+    const QByteArray payload = QByteArray("Exif\0\0", 6) + tiff;
+    QByteArray segment("\xFF\xE1", 2);
+    segment.append(char((payload.size() + 2) >> 8)).append(char((payload.size() + 2) & 0xFF)).append(payload);
+    return main.left(2) + segment + main.mid(2);
+}
+
+QByteArray folderFingerprint(const QString& folder)
+{
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    QDirIterator it(folder, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDirIterator::Subdirectories);
+    QStringList entries;
+    while (it.hasNext())
+        entries.append(it.next());
+    entries.sort();
+    for (const QString& path : entries) {
+        const QFileInfo info(path);
+        hash.addData(path.toUtf8());
+        hash.addData(QByteArray::number(info.lastModified().toMSecsSinceEpoch()));
+        QFile file(path);
+        if (info.isFile() && file.open(QIODevice::ReadOnly))
+            hash.addData(file.readAll());
+    }
+    return hash.result();
+}
+
+// Hears one download's completion.
+struct Completion : DownloadDelegate
+{
+    void didDownloadFile(const CameraFilePtr&, const OptionalError& error, const DownloadOptions& options, void*) override
+    {
+        done = true;
+        failed = error.has_value();
+        code = error ? error->code : 0;
+        saved = options.savedFilename;
+    }
+    bool done = false;
+    bool failed = false;
+    int code = 0;
+    QString saved;
+};
+
+class GPhoto2Test : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        OrvGPhoto2::install(false);
+        OrvAppleImageCaptureDatabase::setWaitBoundsForTesting({});
+        main = OrvTest::makeJpeg(640, 480);
+        thumbnail = OrvTest::makeJpeg(96, 72);
+        write(QStringLiteral("DCIM/100TEST/IMG_0001.JPG"), jpegWithExifThumbnail(main, thumbnail));
+        write(QStringLiteral("DCIM/100TEST/IMG_0002.JPG"), OrvTest::makeJpeg(320, 200));
+        write(QStringLiteral("DCIM/101TEST/IMG_0001.JPG"), OrvTest::makeJpeg(100, 80));
+        write(QStringLiteral("DCIM/100TEST/notes.txt"), "not a photo");
+        port = QStringLiteral("disk:") + storage.path();
+        uuid = OrvGPhoto2::uuidFor(QStringLiteral("port:%1=%2").arg(model, port));
+    }
+    void TearDown() override
+    {
+        OrvGPhoto2::removeAddedCameras();
+        OrvTest::waitFor([] { return false; }, 50);
+        database.reset();
+        QCoreApplication::processEvents();
+    }
+    void write(const QString& path, const QByteArray& bytes)
+    {
+        QDir().mkpath(QFileInfo(storage.filePath(path)).absolutePath());
+        ASSERT_TRUE(OrvTest::writeFile(storage.filePath(path), bytes));
+    }
+    OrvExternalFotoList openCamera(int expected)
+    {
+        database = std::make_unique<OrvAppleImageCaptureDatabase>();
+        database->doLazyInit();
+        EXPECT_TRUE(OrvGPhoto2::addCamera(model, port));
+        const OrvExternalId album(OrvAppleImageCaptureDatabase::URLScheme, QStringLiteral("album"), uuid);
+        EXPECT_TRUE(OrvTest::waitFor([&] { return database->findAlbum(album).fotoIds().size() == expected; }, 20000));
+        return database->getExternalDataPoolConst().fotosInAlbum(album);
+    }
+    QStringList leftInTemporaryFolder() const
+    {
+        return QDir(OrvSingleton<OrvFotoSafeContainer>::instance()->temporaryDir()).entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
+
+    QTemporaryDir storage;
+    QString port;
+    QString uuid;
+    QByteArray main;
+    QByteArray thumbnail;
+    std::unique_ptr<OrvAppleImageCaptureDatabase> database;
+};
+
+} // namespace
+
+TEST_F(GPhoto2Test, AFolderServedAsACameraIsAnAlbumWithStableIds)
+{
+    const QByteArray before = folderFingerprint(storage.path());
+    const OrvExternalFotoList fotos = openCamera(3);
+    ASSERT_EQ(fotos.size(), 3);
+    QStringList remote;
+    for (const OrvExternalFoto& foto : fotos)
+        remote.append(foto.id().remoteId());
+    EXPECT_EQ(remote, (QStringList{uuid + "/DCIM/100TEST/IMG_0001.JPG", uuid + "/DCIM/101TEST/IMG_0001.JPG",
+                                   uuid + "/DCIM/100TEST/IMG_0002.JPG"}));
+    EXPECT_EQ(database->findAlbum(OrvExternalId(OrvAppleImageCaptureDatabase::URLScheme, QStringLiteral("album"), uuid)).name(), model);
+    // Downloads and thumbnails read; nothing on the device changed.
+    for (const OrvExternalFoto& foto : fotos)
+        EXPECT_FALSE(database->byteArray(foto.id()).isEmpty());
+    EXPECT_EQ(folderFingerprint(storage.path()), before);
+}
+
+TEST_F(GPhoto2Test, TheThumbnailComesFromTheExifBlockAndTheDownloadIsTheFile)
+{
+    const OrvExternalFotoList fotos = openCamera(3);
+    ASSERT_FALSE(fotos.isEmpty());
+    const OrvExternalId first = fotos.first().id();
+    ASSERT_TRUE(OrvTest::waitFor([&] { return database->drawable(first, QSize(100, 100)).size() != QSize(64, 64); }, 20000));
+    EXPECT_EQ(database->drawable(first, QSize(100, 100)).size(), QSize(96, 72));
+    EXPECT_EQ(database->byteArray(first), jpegWithExifThumbnail(main, thumbnail));
+    // From the main thread too, where the completion arrives while the source waits.
+    EXPECT_EQ(database->drawable(first, QSize(-1, -1)).size(), QSize(640, 480));
+    const QByteArray fromWorker = [&] {
+        QByteArray bytes;
+        std::thread worker([&] { bytes = database->byteArray(fotos.last().id()); });
+        OrvTest::waitFor([&] { return !bytes.isEmpty(); }, 20000);
+        worker.join();
+        return bytes;
+    }();
+    EXPECT_EQ(fromWorker, OrvTest::makeJpeg(320, 200));
+    EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
+}
+
+TEST_F(GPhoto2Test, ACancelledDownloadIsNeverReportedAsDoneAndLeavesNothing)
+{
+    openCamera(3);
+    const auto device = OrvGPhoto2::connectedDevice(uuid);
+    ASSERT_TRUE(device);
+    // The source's own pair tells the file; ask the device for it directly.
+    const QString url = database->getExternalDataPoolConst().fotos().first().id().toUrl().toString();
+    ASSERT_FALSE(database->interface()->sourceFilenameForUrl(url).isEmpty());
+    QTemporaryDir target;
+    auto completion = std::make_shared<Completion>();
+    DownloadOptions options;
+    options.downloadsDirectoryURL = QUrl::fromLocalFile(target.path() + QLatin1Char('/'));
+    options.saveAsFilename = QStringLiteral("copy.jpg");
+    // Line the download up behind a held thread, cancel it, then let the thread go.
+    device->suspendThread();
+    auto file = std::make_shared<ListedFile>(
+        ItemFields{QStringLiteral("IMG_0002.JPG"), QStringLiteral("public.jpeg"), QDateTime(), nullptr, device,
+                   QStringLiteral("/DCIM/100TEST")},
+        -1);
+    device->requestDownloadFile(file, options, completion, nullptr);
+    device->cancelDownloads();
+    device->resumeThread();
+    ASSERT_TRUE(OrvTest::waitFor([&] { return completion->done; }, 20000));
+    EXPECT_TRUE(completion->failed);
+    EXPECT_EQ(completion->code, ErrorCancelled);
+    EXPECT_TRUE(QDir(target.path()).entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty());
+
+    // The same request, not cancelled, arrives whole under its name.
+    auto again = std::make_shared<Completion>();
+    device->requestDownloadFile(file, options, again, nullptr);
+    ASSERT_TRUE(OrvTest::waitFor([&] { return again->done; }, 20000));
+    EXPECT_FALSE(again->failed);
+    EXPECT_EQ(again->saved, QStringLiteral("copy.jpg"));
+    QFile copy(target.filePath(QStringLiteral("copy.jpg")));
+    ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+    EXPECT_EQ(copy.readAll(), OrvTest::makeJpeg(320, 200));
+    // A file that is gone from the device by now fails, and leaves nothing either.
+    ASSERT_TRUE(QFile::remove(storage.filePath(QStringLiteral("DCIM/100TEST/IMG_0002.JPG"))));
+    auto missing = std::make_shared<Completion>();
+    options.saveAsFilename = QStringLiteral("missing.jpg");
+    device->requestDownloadFile(file, options, missing, nullptr);
+    ASSERT_TRUE(OrvTest::waitFor([&] { return missing->done; }, 20000));
+    EXPECT_TRUE(missing->failed);
+    EXPECT_EQ(QDir(target.path()).entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{"copy.jpg"});
+}
+
+TEST_F(GPhoto2Test, AFullDiskOrAnUnpluggedCameraLeavesNoFileAndTheWaiterEmpty)
+{
+    const OrvExternalFotoList fotos = openCamera(3);
+    ASSERT_FALSE(fotos.isEmpty());
+    struct rlimit before {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto previous = std::signal(SIGXFSZ, SIG_IGN);
+    struct rlimit small = before;
+    small.rlim_cur = 2048;
+    OrvAppleImageCaptureDatabase::setWaitBoundsForTesting({20, 25, 5, 10});
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const QString path = database->waitForDownload(fotos.first().id());
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, previous);
+    EXPECT_TRUE(path.isEmpty());
+    EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
+
+    // Unplugged while the download waits behind a held thread.
+    const auto device = OrvGPhoto2::connectedDevice(uuid);
+    ASSERT_TRUE(device);
+    device->suspendThread();
+    std::atomic<bool> done{false};
+    QString waited = QStringLiteral("unset");
+    std::thread waiter([&] {
+        waited = database->waitForDownload(fotos.first().id());
+        done = true;
+    });
+    OrvTest::waitFor([] { return false; }, 100);
+    OrvGPhoto2::removeAddedCameras();
+    // The source hears of it (album gone, session closing) before the camera's thread goes on.
+    ASSERT_TRUE(OrvTest::waitFor([&] { return !database->findAlbum(OrvExternalId(OrvAppleImageCaptureDatabase::URLScheme,
+                                                                                  QStringLiteral("album"), uuid)).isValid(); }));
+    device->resumeThread();
+    ASSERT_TRUE(OrvTest::waitFor([&] { return done.load(); }, 20000));
+    waiter.join();
+    EXPECT_TRUE(waited.isEmpty());
+    EXPECT_TRUE(OrvTest::waitFor([&] { return !database->findAlbum(OrvExternalId(OrvAppleImageCaptureDatabase::URLScheme,
+                                                                                  QStringLiteral("album"), uuid)).isValid(); }));
+    EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
+}
+
+TEST_F(GPhoto2Test, ThePortMustNameAFolderWithSomethingInIt)
+{
+    QTemporaryDir empty;
+    EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk:")));
+    EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk:/")));
+    EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk:") + empty.path()));
+    EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk:") + storage.filePath(QStringLiteral("missing"))));
+    EXPECT_FALSE(OrvGPhoto2::addCamera(QString(), port));
+}
+
+TEST(GPhoto2Thumbnail, TheExifThumbnailIsFoundAndBrokenBlocksGiveNothing)
+{
+    const QByteArray thumbnail = OrvTest::makeJpeg(40, 30);
+    const QByteArray jpeg = jpegWithExifThumbnail(OrvTest::makeJpeg(200, 100), thumbnail);
+    EXPECT_EQ(OrvGPhoto2::exifThumbnail(jpeg), thumbnail);
+    EXPECT_TRUE(OrvGPhoto2::exifThumbnail(OrvTest::makeJpeg(200, 100)).isEmpty());
+    // Every cut of the block, and every corrupted byte of it, is refused or found, never read past.
+    const int block = 2 + 4 + 6 + 8 + 2 + 4 + 2 + 24 + 4 + int(thumbnail.size());
+    for (int cut = 0; cut < block; ++cut)
+        OrvGPhoto2::exifThumbnail(jpeg.left(cut));
+    for (int at = 2; at < 60; ++at) {
+        QByteArray broken = jpeg;
+        broken[at] = char(0xFF - uchar(broken.at(at)));
+        OrvGPhoto2::exifThumbnail(broken.left(block));
+    }
+    EXPECT_TRUE(OrvGPhoto2::exifThumbnail(QByteArray()).isEmpty());
+}
+
+TEST(XdgMimeApps, TheDefaultForCameraContentIsSetAndForgottenAndTheRestStays)
+{
+    QTemporaryDir config;
+    QTemporaryDir data;
+    qputenv("XDG_CONFIG_HOME", config.path().toLocal8Bit());
+    qputenv("XDG_DATA_HOME", data.path().toLocal8Bit());
+    const QString list = config.filePath(QStringLiteral("mimeapps.list"));
+    ASSERT_TRUE(OrvTest::writeFile(list, "[Default Applications]\nimage/jpeg=viewer.desktop;\n\n[Removed Associations]\nx=y;\n"));
+    EXPECT_TRUE(OrvXdgMimeApps::defaultApplication(OrvXdgMimeApps::cameraContent).isNull());
+    ASSERT_TRUE(OrvXdgMimeApps::setDefaultApplication(OrvXdgMimeApps::cameraContent, QStringLiteral("/usr/share/applications/orv-photos.desktop")));
+    EXPECT_EQ(OrvXdgMimeApps::defaultApplication(OrvXdgMimeApps::cameraContent), QStringLiteral("orv-photos.desktop"));
+    QFile file(list);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(file.readAll());
+    file.close();
+    EXPECT_TRUE(text.contains(QStringLiteral("image/jpeg=viewer.desktop;")));
+    EXPECT_TRUE(text.contains(QStringLiteral("[Removed Associations]\nx=y;")));
+    EXPECT_TRUE(text.contains(QStringLiteral("[Added Associations]\nx-content/image-dcf=orv-photos.desktop;")));
+    // Installed, the desktop file is found by its path.
+    ASSERT_TRUE(QDir().mkpath(data.filePath(QStringLiteral("applications"))));
+    ASSERT_TRUE(OrvTest::writeFile(data.filePath(QStringLiteral("applications/orv-photos.desktop")), "[Desktop Entry]\n"));
+    EXPECT_EQ(OrvXdgMimeApps::defaultApplication(OrvXdgMimeApps::cameraContent),
+              data.filePath(QStringLiteral("applications/orv-photos.desktop")));
+    ASSERT_TRUE(OrvXdgMimeApps::setDefaultApplication(OrvXdgMimeApps::cameraContent, QString()));
+    EXPECT_TRUE(OrvXdgMimeApps::defaultApplication(OrvXdgMimeApps::cameraContent).isNull());
+    // A mimeapps.list that is a link (a dotfiles checkout) is left alone.
+    const QString elsewhere = data.filePath(QStringLiteral("dotfiles-mimeapps.list"));
+    ASSERT_TRUE(QFile::rename(list, elsewhere));
+    ASSERT_TRUE(QFile::link(elsewhere, list));
+    EXPECT_FALSE(OrvXdgMimeApps::setDefaultApplication(OrvXdgMimeApps::cameraContent, QStringLiteral("orv-photos.desktop")));
+    EXPECT_TRUE(QFileInfo(list).isSymLink());
+    qunsetenv("XDG_CONFIG_HOME");
+    qunsetenv("XDG_DATA_HOME");
+}
+
+TEST(GPhoto2TaskThread, DownloadsGoFirstThumbnailsLastInOrderWithinEach)
+{
+    std::mutex mutex;
+    QStringList ran;
+    OrvGPhoto2::TaskThread thread;
+    thread.suspend();
+    auto task = [&](const char* name) {
+        return [&, name] {
+            std::lock_guard<std::mutex> lock(mutex);
+            ran.append(QString::fromLatin1(name));
+        };
+    };
+    thread.post(OrvGPhoto2::TaskThread::Low, task("thumbnail 1"));
+    thread.post(OrvGPhoto2::TaskThread::Normal, task("listing"));
+    thread.post(OrvGPhoto2::TaskThread::High, task("download 1"));
+    thread.post(OrvGPhoto2::TaskThread::Low, task("thumbnail 2"));
+    thread.post(OrvGPhoto2::TaskThread::High, task("download 2"));
+    thread.resume();
+    thread.waitIdle();
+    EXPECT_EQ(ran, (QStringList{"download 1", "download 2", "listing", "thumbnail 1", "thumbnail 2"}));
+}
+
+TEST(GPhoto2TaskThread, StoppingFinishesDownloadsAndDropsTheRest)
+{
+    std::atomic<int> high{0};
+    std::atomic<int> low{0};
+    {
+        OrvGPhoto2::TaskThread thread;
+        thread.suspend();
+        thread.post(OrvGPhoto2::TaskThread::Low, [&] { ++low; });
+        thread.post(OrvGPhoto2::TaskThread::High, [&] { ++high; });
+    }
+    EXPECT_EQ(high.load(), 1);
+    EXPECT_EQ(low.load(), 0);
+}
+
+TEST(GPhoto2Errors, BusyTimeoutAndGoneAreToldApart)
+{
+    using OrvGPhoto2::Failure;
+    EXPECT_EQ(OrvGPhoto2::classify(0), Failure::None);
+    EXPECT_EQ(OrvGPhoto2::classify(-53), Failure::Busy);
+    EXPECT_EQ(OrvGPhoto2::classify(-60), Failure::Busy);
+    EXPECT_EQ(OrvGPhoto2::classify(-10), Failure::Timeout);
+    for (int gone : {-7, -52, -105})
+        EXPECT_EQ(OrvGPhoto2::classify(gone), Failure::Disconnected) << gone;
+    EXPECT_EQ(OrvGPhoto2::classify(-108), Failure::NotFound);
+    EXPECT_EQ(OrvGPhoto2::classify(-112), Failure::Cancelled);
+    EXPECT_EQ(OrvGPhoto2::classify(-1), Failure::Other);
+    EXPECT_EQ(OrvGPhoto2::toError(-53).code, ErrorDeviceBusy);
+    EXPECT_EQ(OrvGPhoto2::toError(-52).code, ErrorDeviceRemoved);
+    EXPECT_EQ(OrvGPhoto2::toError(-10).code, ErrorTimeout);
+    EXPECT_FALSE(OrvGPhoto2::toError(-7).description.isEmpty());
+}
