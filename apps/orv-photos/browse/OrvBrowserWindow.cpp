@@ -5,6 +5,8 @@
 #include "OrvFotoGridModel.h"
 #include "OrvFotoRetriever.h"
 #include "OrvGenericUrlTreeModel.h"
+#include "OrvMimeConverter.h"
+#include "OrvMimeConverterRegistry.h"
 #include "OrvSourceTreeModel.h"
 #include "OrvThumbnailLoader.h"
 
@@ -53,6 +55,22 @@ QList<OrvExternalId> droppedFotos(const QMimeData* data)
             ids.append(id);
     }
     return ids;
+}
+
+// The types of the drag that a registered converter takes, as one pasteboard item.
+OrvPasteboardItem convertibleTypes(const QMimeData* data)
+{
+    OrvPasteboardItem item;
+    const QList<OrvMimeConverter*> converters = OrvSingleton<OrvMimeConverterRegistry>::instance()->converters();
+    for (const QString& format : data->formats()) {
+        for (const OrvMimeConverter* converter : converters) {
+            if (!converter->mimeForUti(format).isEmpty()) {
+                item.insert(format, data->data(format));
+                break;
+            }
+        }
+    }
+    return item;
 }
 
 } // namespace
@@ -381,14 +399,24 @@ void OrvBrowserWindow::finishExport()
 
 void OrvBrowserWindow::dragEnterEvent(QDragEnterEvent* event)
 {
-    if (event->mimeData()->hasFormat(QString::fromLatin1(phassetMimeType)))
+    const QMimeData* data = event->mimeData();
+    if (data->hasFormat(QString::fromLatin1(phassetMimeType)) || !convertibleTypes(data).isEmpty())
         event->acceptProposedAction();
 }
 
 void OrvBrowserWindow::dropEvent(QDropEvent* event)
 {
-    if (dropFotos(event->mimeData()) > 0)
+    const QMimeData* data = event->mimeData();
+    const int selected = data->hasFormat(QString::fromLatin1(phassetMimeType)) ? dropFotos(data)
+                                                                              : dropPasteboard({convertibleTypes(data)});
+    if (selected > 0)
         event->acceptProposedAction();
+}
+
+int OrvBrowserWindow::dropPasteboard(const QList<QMap<QString, QByteArray>>& items)
+{
+    const std::unique_ptr<QMimeData> converted = OrvSingleton<OrvMimeConverterRegistry>::instance()->mimeDataForPasteboard(items);
+    return dropFotos(converted.get());
 }
 
 int OrvBrowserWindow::dropFotos(const QMimeData* data)

@@ -3,7 +3,9 @@
 #include "OrvExternalId.h"
 #include "OrvFotoExporter.h"
 
+#include <QByteArray>
 #include <QList>
+#include <QMap>
 #include <QMainWindow>
 #include <QPointer>
 
@@ -46,6 +48,9 @@ public:
     // What a drop of Photos assets (text/x-orv-phasset) does: shows an album
     // that has them and selects them. The number selected.
     int dropFotos(const QMimeData* data);
+    // A drop as the pasteboard hands it over (one item per dragged object, each in the
+    // types it is offered in): the registered converters make the payload of it.
+    int dropPasteboard(const QList<QMap<QString, QByteArray>>& items);
 
     // Visible thumbnails that have not arrived yet.
     int visibleWaiting() const;

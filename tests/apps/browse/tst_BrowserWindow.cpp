@@ -5,10 +5,13 @@
 #include "OrvBrowserWindow.h"
 #include "OrvFotoDetailsView.h"
 #include "OrvFotoGridModel.h"
+#include "OrvAppleImageCaptureDatabase.h"
 #include "OrvIPhotoDatabase.h"
+#include "OrvMacPasteboardMimePhotosAsset.h"
 #include "OrvPhotoKitDatabase.h"
 #include "OrvSourceTreeModel.h"
 #include "OrvThumbnailLoader.h"
+#include "sim/OrvImageCaptureSim.h"
 #include "sim/OrvPhotoKitSimLibrary.h"
 
 #include "TestSupport.h"
@@ -95,6 +98,15 @@ const auto registered = ::testing::AddGlobalTestEnvironment(libraries = new Libr
 OrvExternalDatabase* iphoto() { return OrvIPhotoDatabase::instance(); }
 OrvExternalDatabase* photokit() { return OrvSingleton<OrvPhotoKitDatabase>::instance(); }
 OrvExternalId iphotoFoto(int n) { return OrvExternalId(QStringLiteral("iphoto"), QStringLiteral("foto"), QString::number(n)); }
+
+QStringList selectedIds(OrvBrowserWindow& window)
+{
+    QStringList selected;
+    for (const QModelIndex& index : window.gridView()->selectionModel()->selectedIndexes())
+        selected.append(window.gridModel()->fotoAt(index.row()).id().remoteId());
+    selected.sort();
+    return selected;
+}
 
 void screenshot(QWidget& window, const QString& name)
 {
@@ -255,9 +267,70 @@ TEST(BrowserWindow, ExportDragOutAndDropIn)
     QMimeData dropped;
     dropped.setData(QStringLiteral("text/x-orv-phasset"), payload);
     EXPECT_EQ(window.dropFotos(&dropped), 2);
-    QStringList selected;
-    for (const QModelIndex& index : window.gridView()->selectionModel()->selectedIndexes())
-        selected.append(window.gridModel()->fotoAt(index.row()).id().remoteId());
-    selected.sort();
-    EXPECT_EQ(selected, (QStringList{"7", "9"}));
+    EXPECT_EQ(selectedIds(window), (QStringList{"7", "9"}));
+}
+
+TEST(BrowserWindow, DraggedPhotosAssetsOpenTheirAlbum)
+{
+    const OrvMacPasteboardMimePhotosAsset converter;
+    OrvBrowserWindow window({iphoto(), photokit()});
+    window.show();
+    ASSERT_TRUE(window.openAlbum(QStringLiteral("iphoto"), QStringLiteral("Holiday")));
+    // What Photos puts on the pasteboard: a property list per asset; the converter makes the payload.
+    const QString flavour = QStringLiteral("com.apple.photos.object-reference.asset");
+    QFile plist(OrvTest::sourceDir() + QStringLiteral("/tests/data/photos-asset.plist"));
+    ASSERT_TRUE(plist.open(QIODevice::ReadOnly));
+    QMimeData dragged;
+    dragged.setData(flavour, plist.readAll());
+    QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&window, &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&window, &drop);
+    EXPECT_TRUE(drop.isAccepted());
+    EXPECT_EQ(window.gridModel()->database(), photokit()) << "the album that holds the asset is opened";
+    EXPECT_EQ(selectedIds(window), (QStringList{"A1B2C3D4-0004_2FL0_2F001"})) << "remote ids escape the slashes";
+
+    // Several items keep their order; an unknown asset selects nothing of its own.
+    QByteArray unknown = dragged.data(flavour);
+    unknown.replace("A1B2C3D4-0004", "NOT-THERE");
+    EXPECT_EQ(window.dropPasteboard({{{flavour, unknown}}, {{flavour, dragged.data(flavour)}}}), 1);
+    EXPECT_EQ(window.dropPasteboard({{{flavour, QByteArray("no property list")}}}), 0);
+}
+
+TEST(BrowserWindow, FollowsDevicesPluggedAndUnplugged)
+{
+    OrvImageCaptureSim::install();
+    OrvImageCaptureSim::unplugAll();
+    OrvAppleImageCaptureDatabase devices;
+    OrvBrowserWindow window({&devices});
+    window.resize(900, 600);
+    window.show();
+    window.openSource(&devices);
+
+    QTemporaryDir storage;
+    for (int i = 1; i <= 4; ++i) {
+        ASSERT_TRUE(OrvTest::writeFile(QStringLiteral("%1/DCIM/100CANON/IMG_%2.JPG").arg(storage.path()).arg(i),
+                                       OrvTest::makeJpeg(320, 240, 1, 40 + i * 30)));
+    }
+    OrvImageCaptureSim::DeviceSpec spec;
+    spec.name = QStringLiteral("EOS R");
+    spec.uuid = QStringLiteral("UUID-EOS-R");
+    spec.storage = storage.path();
+    OrvImageCaptureSim::plug(OrvImageCaptureSim::Device::create(spec));
+    const QModelIndex source = window.sourceModel()->indexForSource(&devices);
+    ASSERT_TRUE(OrvTest::waitFor([&] { return childNames(*window.sourceModel(), source).contains(QStringLiteral("EOS R")); }));
+    ASSERT_TRUE(window.openAlbum(devices.serviceId(), QStringLiteral("EOS R")));
+    ASSERT_TRUE(OrvTest::waitFor([&] { return window.gridModel()->rowCount() == 4; }, 20000));
+    ASSERT_TRUE(window.waitForVisibleThumbnails(20000));
+    EXPECT_EQ(window.gridModel()->index(0, 0).data(OrvFotoGridModel::ThumbnailStateRole).toInt(), OrvFotoGridModel::Shown);
+    ASSERT_EQ(window.selectFotos({window.gridModel()->fotoAt(1).id()}), 1);
+    screenshot(window, QStringLiteral("camera.png"));
+
+    // Pulled out: its album and fotos go, and nothing shown refers to them any more.
+    OrvImageCaptureSim::unplug(spec.uuid);
+    ASSERT_TRUE(OrvTest::waitFor([&] { return !childNames(*window.sourceModel(), source).contains(QStringLiteral("EOS R")); }));
+    ASSERT_TRUE(OrvTest::waitFor([&] { return window.gridModel()->rowCount() == 0; }));
+    EXPECT_TRUE(window.gridView()->selectionModel()->selectedIndexes().isEmpty());
+    QCoreApplication::processEvents();
 }
