@@ -2,17 +2,20 @@
 
 namespace OrvPhotoKitSim {
 
-Queue::Queue() : myThread([this] { run(); }) {}
+Queue::Queue() : myState(std::make_shared<State>()), myThread(&Queue::run, myState) {}
 
 Queue::~Queue()
 {
+    // The last owner may let go on the queue itself (from inside a task): then
+    // the thread is left to end on its own, without the tasks still waiting.
+    const bool onQueue = isCurrentThread();
     {
-        std::lock_guard<std::mutex> lock(myMutex);
-        myStopping = true;
+        std::lock_guard<std::mutex> lock(myState->mutex);
+        myState->stopping = true;
+        myState->abandoned = onQueue;
     }
-    myWake.notify_all();
-    // The last owner may let go on the queue itself (from inside a task).
-    if (isCurrentThread())
+    myState->wake.notify_all();
+    if (onQueue)
         myThread.detach();
     else
         myThread.join();
@@ -21,40 +24,44 @@ Queue::~Queue()
 void Queue::post(std::function<void()> task)
 {
     {
-        std::lock_guard<std::mutex> lock(myMutex);
-        myTasks.push_back(std::move(task));
+        std::lock_guard<std::mutex> lock(myState->mutex);
+        myState->tasks.push_back(std::move(task));
     }
-    myWake.notify_one();
+    myState->wake.notify_one();
 }
 
 void Queue::waitIdle()
 {
     if (isCurrentThread())
         return;
-    std::unique_lock<std::mutex> lock(myMutex);
-    myIdle.wait(lock, [this] { return myTasks.empty() && !myBusy; });
+    std::unique_lock<std::mutex> lock(myState->mutex);
+    myState->idle.wait(lock, [this] { return myState->tasks.empty() && !myState->busy; });
 }
 
 bool Queue::isCurrentThread() const { return std::this_thread::get_id() == myThread.get_id(); }
 
-void Queue::run()
+void Queue::run(const std::shared_ptr<State>& state)
 {
-    std::unique_lock<std::mutex> lock(myMutex);
+    std::unique_lock<std::mutex> lock(state->mutex);
     for (;;) {
-        myWake.wait(lock, [this] { return myStopping || !myTasks.empty(); });
-        if (myTasks.empty())
-            return;  // stopping, nothing left
-        std::function<void()> task = std::move(myTasks.front());
-        myTasks.pop_front();
-        myBusy = true;
+        state->wake.wait(lock, [&] { return state->stopping || !state->tasks.empty(); });
+        if (state->tasks.empty() || state->abandoned)
+            break;  // stopping: what was posted before has run
+        std::function<void()> task = std::move(state->tasks.front());
+        state->tasks.pop_front();
+        state->busy = true;
         lock.unlock();
         task();
-        task = nullptr;
+        task = nullptr;  // may destroy the queue's owner, and the Queue with it
         lock.lock();
-        myBusy = false;
-        if (myTasks.empty())
-            myIdle.notify_all();
+        state->busy = false;
+        if (state->tasks.empty())
+            state->idle.notify_all();
     }
+    // Tasks left behind by an abandoned queue go outside the lock: destroying one may take other locks.
+    std::deque<std::function<void()>> left;
+    left.swap(state->tasks);
+    lock.unlock();
 }
 
 } // namespace OrvPhotoKitSim

@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 
@@ -24,14 +25,21 @@ public:
     bool isCurrentThread() const;
 
 private:
-    void run();
+    // Shared with the thread: a task may drop the last owner of the queue, and the
+    // thread must still find its lock and flags when that task returns.
+    struct State
+    {
+        std::mutex mutex;
+        std::condition_variable wake;
+        std::condition_variable idle;
+        std::deque<std::function<void()>> tasks;
+        bool busy = false;
+        bool stopping = false;
+        bool abandoned = false;  // the owner went away on the thread itself
+    };
+    static void run(const std::shared_ptr<State>& state);
 
-    mutable std::mutex myMutex;
-    std::condition_variable myWake;
-    std::condition_variable myIdle;
-    std::deque<std::function<void()>> myTasks;
-    bool myBusy = false;
-    bool myStopping = false;
+    std::shared_ptr<State> myState;
     std::thread myThread;
 };
 

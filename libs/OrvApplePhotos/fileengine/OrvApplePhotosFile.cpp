@@ -86,7 +86,8 @@ void OrvApplePhotosFile::deleteTempFiles()
 
 void OrvApplePhotosFile::installHandler()
 {
-    // Qt keeps a handler registered from its construction to its destruction.
-    static OrvApplePhotosFileEngineHandler* handler = new OrvApplePhotosFileEngineHandler;
+    // Qt keeps a handler registered from its construction to its destruction:
+    // this one lives until the plug-in is unloaded.
+    static OrvApplePhotosFileEngineHandler handler;
     Q_UNUSED(handler);
 }
