@@ -310,8 +310,12 @@ void Device::readThumbnails(int session, const QList<FilePtr>& files)
     for (const FilePtr& file : files) {
         if (!myCamera || mySession != session || myCancel.stopping)
             break;
+        int result = GP_OK;
         const QImage thumbnail =
-            readThumbnail(myCamera, myContext, file->location(), file->name(), file->fileSize(), thumbnailEdge);
+            readThumbnail(myCamera, myContext, file->location(), file->name(), file->fileSize(), thumbnailEdge, &result);
+        // Unplugged while reading: the session ends here and the rest is not asked for.
+        if (thumbnail.isNull() && failed(result) && myDisconnected)
+            return;
         if (thumbnail.isNull())
             continue;
         file->setThumbnail(thumbnail);
