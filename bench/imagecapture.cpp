@@ -20,6 +20,7 @@
 #include <QBuffer>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QImageWriter>
 #include <QLinearGradient>
 #include <QPainter>
@@ -29,6 +30,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -89,6 +91,22 @@ QByteArray cameraJpeg(int width, int height, int seed)
     return main.left(2) + segment + main.mid(2);
 }
 
+// Runs the event loop until the condition holds, looking every few milliseconds
+// (processEvents with a time limit would spin, taking a core from the loading threads).
+void runUntil(const std::function<bool()>& condition)
+{
+    if (condition())
+        return;
+    QEventLoop loop;
+    QTimer check;
+    QObject::connect(&check, &QTimer::timeout, &loop, [&] {
+        if (condition())
+            loop.quit();
+    });
+    check.start(2);
+    loop.exec();
+}
+
 int make(const QString& dir)
 {
     for (int i = 0; i < 2020; ++i) {
@@ -129,27 +147,31 @@ int main(int argc, char** argv)
     const OrvExternalId album(OrvAppleImageCaptureDatabase::URLScheme, QStringLiteral("album"),
                               OrvGPhoto2::uuidFor(QStringLiteral("port:Directory Browse=disk:") + dir));
     // The catalogue is complete when the album has its fotos.
-    while (!database.findAlbum(album).isValid() || database.isStillGatheringFotos())
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    runUntil([&] { return database.findAlbum(album).isValid() && !database.isStillGatheringFotos(); });
     const OrvExternalFotoList fotos = database.getExternalDataPoolConst().fotosInAlbum(album);
     std::fprintf(stderr, "%lld fotos listed in %lld ms\n", (long long)fotos.size(), (long long)clock.elapsed());
     if (mode == QLatin1String("list"))
         return fotos.isEmpty() ? 1 : 0;
 
     if (mode == QLatin1String("thumbnails")) {
-        QSet<OrvExternalId> first;
+        // As a view does: asks once, then again for each foto the source says has a new bitmap.
+        QSet<OrvExternalId> waiting;
         for (const OrvExternalFoto& foto : fotos.mid(0, 100))
-            first.insert(foto.id());
+            waiting.insert(foto.id());
+        const qsizetype wanted = waiting.size();
+        auto hasThumbnail = [&](const OrvExternalId& id) {
+            return database.drawable(id, QSize(160, 160)).image() != OrvFotoCacheDrawable::placeHolder().image();
+        };
         clock.restart();
-        for (;;) {
-            int have = 0;
-            for (const OrvExternalId& id : std::as_const(first))
-                have += database.drawable(id, QSize(160, 160)).image() != OrvFotoCacheDrawable::placeHolder().image();
-            if (have == first.size())
-                break;
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
-        }
-        std::fprintf(stderr, "thumbnails of the first %lld in %lld ms\n", (long long)first.size(), (long long)clock.elapsed());
+        QObject::connect(OrvSingleton<OrvFotoChangeDispatcher>::instance(), &OrvFotoChangeDispatcher::newAvailableBitmap, &app,
+                         [&](const OrvFoto& foto, const QSize&) {
+                             if (waiting.contains(foto.externalId()) && hasThumbnail(foto.externalId()))
+                                 waiting.remove(foto.externalId());
+                         });
+        for (auto it = waiting.begin(); it != waiting.end();)
+            it = hasThumbnail(*it) ? waiting.erase(it) : std::next(it);
+        runUntil([&] { return waiting.isEmpty(); });
+        std::fprintf(stderr, "thumbnails of the first %lld in %lld ms\n", (long long)wanted, (long long)clock.elapsed());
         return 0;
     }
 
@@ -181,8 +203,8 @@ int main(int argc, char** argv)
             --running;
         });
     }
-    while (running > 0)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    // The main thread runs its event loop, as a host's does, and delivers the completions.
+    runUntil([&] { return running == 0; });
     for (std::thread& thread : threads)
         thread.join();
     std::fprintf(stderr, "%lld fotos (%lld MB) in %lld ms, %d failed\n", (long long)fotos.size(), (long long)(bytes / 1000000),

@@ -287,31 +287,45 @@ void Device::askForThumbnails(int session, const QList<FilePtr>& files, int from
         return;
     // Asked a batch at a time, so that a download never waits behind a long queue.
     QList<FilePtr> wanted;
+    QList<int> at;
     int next = from;
     for (; next < files.size() && wanted.size() < thumbnailBatch; ++next) {
-        if (delegate->cameraDeviceShouldGetThumbnailOfItem(shared_from_this(), files.at(next)))
+        if (delegate->cameraDeviceShouldGetThumbnailOfItem(shared_from_this(), files.at(next))) {
             wanted.append(files.at(next));
+            at.append(next);
+        }
     }
     if (wanted.isEmpty() && next >= files.size())
         return;
-    myThread.post(TaskThread::Low, [this, session, files, wanted, next] {
-        readThumbnails(session, wanted);
+    myThread.post(TaskThread::Low, [this, session, files, wanted, at, next] {
+        const int done = readThumbnails(session, wanted);
+        // Interrupted by a download: the batch goes on where it stopped.
+        const int resume = done < wanted.size() ? at.at(done) : next;
         std::weak_ptr<Device> self = weak_from_this();
-        postToMainThread([self, session, files, next] {
+        postToMainThread([self, session, files, resume] {
             if (const auto device = self.lock())
-                device->askForThumbnails(session, files, next);
+                device->askForThumbnails(session, files, resume);
         });
     });
 }
 
-void Device::readThumbnails(int session, const QList<FilePtr>& files)
+int Device::readThumbnails(int session, const QList<FilePtr>& files)
 {
     QList<CameraItemPtr> read;
+    int done = 0;
     for (const FilePtr& file : files) {
         if (!myCamera || mySession != session || myCancel.stopping)
             break;
+        // A download asked for meanwhile goes first; at least one thumbnail per turn, so they still progress.
+        if (done > 0 && myThread.hasWaiting(TaskThread::High))
+            break;
+        ++done;
+        int result = GP_OK;
         const QImage thumbnail =
-            readThumbnail(myCamera, myContext, file->location(), file->name(), file->fileSize(), thumbnailEdge);
+            readThumbnail(myCamera, myContext, file->location(), file->name(), file->fileSize(), thumbnailEdge, &result);
+        // Unplugged while reading: the session ends here and the rest is not asked for.
+        if (thumbnail.isNull() && failed(result) && myDisconnected)
+            return done;
         if (thumbnail.isNull())
             continue;
         file->setThumbnail(thumbnail);
@@ -322,12 +336,13 @@ void Device::readThumbnails(int session, const QList<FilePtr>& files)
         }
         read.append(file);
     }
-    if (read.isEmpty())
-        return;
-    deliver(session, [read](const auto& device, const auto& delegate) {
-        for (const CameraItemPtr& item : read)
-            delegate->cameraDeviceDidReceiveThumbnailForItem(device, item);
-    });
+    if (!read.isEmpty()) {
+        deliver(session, [read](const auto& device, const auto& delegate) {
+            for (const CameraItemPtr& item : read)
+                delegate->cameraDeviceDidReceiveThumbnailForItem(device, item);
+        });
+    }
+    return done;
 }
 
 // ---- downloads

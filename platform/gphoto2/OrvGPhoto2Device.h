@@ -70,7 +70,8 @@ private:
     void openCamera(int session);
     void closeCamera();
     void listItems(int session);
-    void readThumbnails(int session, const QList<FilePtr>& files);
+    // Returns how many of files it got to: it stops early for a download.
+    int readThumbnails(int session, const QList<FilePtr>& files);
     void download(const Download& download);
     // A result that says the device is gone ends the session from here.
     bool failed(int result);

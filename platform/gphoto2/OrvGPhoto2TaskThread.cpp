@@ -33,6 +33,12 @@ void TaskThread::post(Priority priority, std::function<void()> task)
 
 bool TaskThread::isCurrentThread() const { return std::this_thread::get_id() == myThread.get_id(); }
 
+bool TaskThread::hasWaiting(Priority priority) const
+{
+    std::lock_guard<std::mutex> lock(myMutex);
+    return !myTasks[priority].empty();
+}
+
 void TaskThread::waitIdle()
 {
     if (isCurrentThread())

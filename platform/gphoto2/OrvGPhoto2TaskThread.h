@@ -25,6 +25,8 @@ public:
 
     void post(Priority priority, std::function<void()> task);
     bool isCurrentThread() const;
+    // Whether a task of that priority waits: long work of lower priority steps aside for it.
+    bool hasWaiting(Priority priority) const;
     // Blocks until every task posted so far has run (not on the thread itself).
     void waitIdle();
     // Tests hold the thread between tasks, to line up what it will find.

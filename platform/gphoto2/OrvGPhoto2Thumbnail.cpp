@@ -1,5 +1,6 @@
 #include "OrvGPhoto2Thumbnail.h"
 
+#include "OrvGPhoto2Library.h"
 #include "OrvMediaLoader.h"
 
 #include <QBuffer>
@@ -25,13 +26,14 @@ QImage decodeScaled(const char* data, qint64 size, int edge)
 }
 
 QImage fromCameraFile(Camera* camera, GPContext* context, const QByteArray& folder, const QByteArray& name,
-                      CameraFileType type, int edge)
+                      CameraFileType type, int edge, int* result)
 {
     CameraFile* file = nullptr;
     if (gp_file_new(&file) < GP_OK)
         return {};
     QImage image;
-    if (gp_camera_file_get(camera, folder.constData(), name.constData(), type, file, context) >= GP_OK) {
+    *result = gp_camera_file_get(camera, folder.constData(), name.constData(), type, file, context);
+    if (*result >= GP_OK) {
         const char* data = nullptr;
         unsigned long size = 0;
         if (gp_file_get_data_and_size(file, &data, &size) >= GP_OK)
@@ -111,27 +113,31 @@ QByteArray exifThumbnail(const QByteArray& head)
     return {};
 }
 
-QImage readThumbnail(Camera* camera, GPContext* context, const QString& folder, const QString& name, qint64 size, int edge)
+QImage readThumbnail(Camera* camera, GPContext* context, const QString& folder, const QString& name, qint64 size, int edge,
+                     int* result)
 {
     const QByteArray folderPath = folder.toUtf8();
     const QByteArray fileName = name.toUtf8();
-    QImage image = fromCameraFile(camera, context, folderPath, fileName, GP_FILE_TYPE_PREVIEW, edge);
+    QImage image = fromCameraFile(camera, context, folderPath, fileName, GP_FILE_TYPE_PREVIEW, edge, result);
     if (!image.isNull())
         return image;
+    // A camera without previews answers "not supported"; one that is gone needs no second try.
+    if (*result < GP_OK && classify(*result) == Failure::Disconnected)
+        return {};
     QByteArray head(headBytes, Qt::Uninitialized);
     uint64_t got = uint64_t(head.size());
-    if (gp_camera_file_read(camera, folderPath.constData(), fileName.constData(), GP_FILE_TYPE_NORMAL, 0, head.data(), &got,
-                            context)
-        >= GP_OK) {
+    *result = gp_camera_file_read(camera, folderPath.constData(), fileName.constData(), GP_FILE_TYPE_NORMAL, 0, head.data(),
+                                  &got, context);
+    if (*result >= GP_OK) {
         head.truncate(qsizetype(qMin<uint64_t>(got, uint64_t(head.size()))));
         const QByteArray thumbnail = exifThumbnail(head);
         image = decodeScaled(thumbnail.constData(), thumbnail.size(), edge);
         if (!image.isNull())
             return image;
     }
-    if (size <= 0 || size > thumbnailReadBound)
+    if (size <= 0 || size > thumbnailReadBound || (*result < GP_OK && classify(*result) == Failure::Disconnected))
         return {};
-    return fromCameraFile(camera, context, folderPath, fileName, GP_FILE_TYPE_NORMAL, edge);
+    return fromCameraFile(camera, context, folderPath, fileName, GP_FILE_TYPE_NORMAL, edge, result);
 }
 
 } // namespace OrvGPhoto2

@@ -16,9 +16,10 @@ namespace OrvGPhoto2 {
 // Files up to this size are read whole for a thumbnail when nothing smaller serves.
 constexpr qint64 thumbnailReadBound = 64 * 1024 * 1024;
 
-// Runs on the camera's thread. A null image when none of the ways gives one.
+// Runs on the camera's thread. A null image when none of the ways gives one;
+// result then holds libgphoto2's answer to the last read (a camera that is gone says so).
 QImage readThumbnail(Camera* camera, GPContext* context, const QString& folder, const QString& name, qint64 size,
-                     int edge);
+                     int edge, int* result);
 // The JPEG thumbnail that the EXIF block at the start of a JPEG holds; empty when there is none.
 QByteArray exifThumbnail(const QByteArray& head);
 

@@ -266,6 +266,48 @@ TEST_F(GPhoto2Test, AFullDiskOrAnUnpluggedCameraLeavesNoFileAndTheWaiterEmpty)
     EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
 }
 
+TEST_F(GPhoto2Test, UnpluggedWhileListingOrReadingThumbnailsTheCameraIsForgottenWhole)
+{
+    // Enough files that listing and thumbnails take a while.
+    const QByteArray small = jpegWithExifThumbnail(OrvTest::makeJpeg(64, 48), OrvTest::makeJpeg(16, 12));
+    for (int i = 0; i < 1500; ++i)
+        write(QStringLiteral("DCIM/102MANY/M_%1.JPG").arg(i, 4, 10, QLatin1Char('0')), small);
+    const OrvExternalId album(OrvAppleImageCaptureDatabase::URLScheme, QStringLiteral("album"), uuid);
+    const QString first =
+        OrvExternalId(OrvAppleImageCaptureDatabase::URLScheme, QStringLiteral("foto"), uuid + "/DCIM/100TEST/IMG_0001.JPG").toUrl().toString();
+    database = std::make_unique<OrvAppleImageCaptureDatabase>();
+    database->doLazyInit();
+    std::atomic<int> bitmaps{0};
+    QObject guard;
+    QObject::connect(OrvSingleton<OrvFotoChangeDispatcher>::instance(), &OrvFotoChangeDispatcher::newAvailableBitmap, &guard,
+                     [&](const OrvFoto&, const QSize&) { ++bitmaps; });
+    auto forgotten = [&] {
+        return OrvTest::waitFor([&] { return !OrvGPhoto2::connectedDevice(uuid) && !database->findAlbum(album).isValid()
+                                             && database->interface()->sourceFilenameForUrl(first).isEmpty(); }, 20000);
+    };
+
+    // Unplugged as soon as the first batch of items is in.
+    ASSERT_TRUE(OrvGPhoto2::addCamera(model, port));
+    ASSERT_TRUE(OrvTest::waitFor([&] { return !database->interface()->sourceFilenameForUrl(first).isEmpty(); }, 20000));
+    OrvGPhoto2::removeAddedCameras();
+    EXPECT_TRUE(forgotten());
+    OrvTest::waitFor([] { return false; }, 200);
+    EXPECT_FALSE(database->findAlbum(album).isValid());
+    EXPECT_FALSE(database->isStillGatheringFotos() && database->interface()->isGathering());
+
+    // Plugged again, and unplugged while the thumbnails are read: none is reported after the session closed.
+    ASSERT_TRUE(OrvGPhoto2::addCamera(model, port));
+    ASSERT_TRUE(OrvTest::waitFor([&] { return database->findAlbum(album).fotoIds().size() == 1503; }, 20000));
+    ASSERT_TRUE(OrvTest::waitFor([&] { return bitmaps > 0; }, 20000));
+    OrvGPhoto2::removeAddedCameras();
+    EXPECT_TRUE(forgotten());
+    const int reported = bitmaps;
+    OrvTest::waitFor([] { return false; }, 300);
+    EXPECT_EQ(bitmaps.load(), reported);
+    EXPECT_TRUE(database->getExternalDataPoolConst().fotosInAlbum(album).isEmpty());
+    EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
+}
+
 TEST_F(GPhoto2Test, ThePortMustNameAFolderWithSomethingInIt)
 {
     QTemporaryDir empty;
