@@ -112,8 +112,11 @@ void Device::openCamera(int session)
         }
     }
     for (int attempt = 0; myCamera && !myCancel.stopping; ++attempt) {
-        const LibraryAllocations drivers;
-        result = gp_camera_init(myCamera, myContext);
+        {
+            const auto modules = lockModules();
+            const LibraryAllocations drivers;
+            result = gp_camera_init(myCamera, myContext);
+        }
         if (classify(result) != Failure::Busy || attempt >= int(std::size(busyRetryMs)))
             break;
         for (int waited = 0; waited < busyRetryMs[attempt] && !myCancel.stopping; waited += 50)
@@ -175,6 +178,7 @@ void Device::closeCamera()
         file->setThumbnail(QImage());
     myThumbnailed.clear();
     if (myCamera) {
+        const auto modules = lockModules();
         const LibraryAllocations drivers;
         gp_camera_exit(myCamera, myContext);
         gp_camera_unref(myCamera);

@@ -67,6 +67,8 @@ LibraryAllocations::~LibraryAllocations()
 #endif
 }
 
+std::unique_lock<std::mutex> lockModules() { return std::unique_lock<std::mutex>(listsMutex); }
+
 bool setUpCamera(Camera* camera, const QString& model, const QString& port, QString* why)
 {
     std::lock_guard<std::mutex> lock(listsMutex);

@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 typedef struct _Camera Camera;
 typedef struct _GPContext GPContext;
@@ -33,6 +34,9 @@ public:
 
 // Gives the camera the driver of model and the port (as gphoto2's --camera and --port do).
 bool setUpCamera(Camera* camera, const QString& model, const QString& port, QString* why);
+// The process-wide lock, for the calls that load or unload a driver module
+// (gp_camera_init, gp_camera_exit): libltdl's module list is global and unguarded.
+std::unique_lock<std::mutex> lockModules();
 // The cameras the ports show now: (model, port) pairs.
 QList<QPair<QString, QString>> detectCameras(GPContext* context);
 

@@ -170,8 +170,12 @@ TEST_F(GPhoto2Test, TheThumbnailComesFromTheExifBlockAndTheDownloadIsTheFile)
     EXPECT_EQ(database->drawable(first, QSize(-1, -1)).size(), QSize(640, 480));
     const QByteArray fromWorker = [&] {
         QByteArray bytes;
-        std::thread worker([&] { bytes = database->byteArray(fotos.last().id()); });
-        OrvTest::waitFor([&] { return !bytes.isEmpty(); }, 20000);
+        std::atomic<bool> done{false};
+        std::thread worker([&] {
+            bytes = database->byteArray(fotos.last().id());
+            done = true;
+        });
+        OrvTest::waitFor([&] { return done.load(); }, 20000);
         worker.join();
         return bytes;
     }();
