@@ -40,12 +40,14 @@ if [ "$quick" -eq 0 ]; then
   echo "== AddressSanitizer + UndefinedBehaviorSanitizer build"
   export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
   export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+  export LSAN_OPTIONS=${LSAN_OPTIONS:-suppressions=$root/tests/lsan.supp:fast_unwind_on_malloc=0}
   run_suite "$root/build-asan" -DORV_SANITIZE=address,undefined -DORV_BUILD_BENCH=OFF
 fi
 if [ "$clang" -eq 1 ]; then
   echo "== clang: AddressSanitizer + UndefinedBehaviorSanitizer build"
   export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
   export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+  export LSAN_OPTIONS=${LSAN_OPTIONS:-suppressions=$root/tests/lsan.supp:fast_unwind_on_malloc=0}
   CC=clang CXX=clang++ run_suite "$root/build-clang" -DORV_SANITIZE=address,undefined -DORV_BUILD_BENCH=OFF
 fi
 if [ "$tsan" -eq 1 ]; then

@@ -86,7 +86,8 @@ void OrvApplePhotosFile::deleteTempFiles()
 
 void OrvApplePhotosFile::installHandler()
 {
-    // Qt keeps a handler registered from its construction to its destruction.
-    static OrvApplePhotosFileEngineHandler* handler = new OrvApplePhotosFileEngineHandler;
+    // Qt keeps a handler registered from its construction to its destruction;
+    // one destroyed at exit after Qt's own list is gone is handled by Qt.
+    static OrvApplePhotosFileEngineHandler handler;
     Q_UNUSED(handler);
 }
