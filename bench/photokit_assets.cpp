@@ -7,7 +7,9 @@
 //   bench_photokit_assets direct DIR        the same files through OrvMediaLoader's scaled decoding
 //   bench_photokit_assets heic DIR          the full image of the HEIC through the loader (recoded to
 //                                           JPEG, metadata read, decoded, sRGB)
-//   bench_photokit_assets list N            QDir::entryList of "photokitfs:" on a simulated library of N assets
+//   bench_photokit_assets list N            QDir::entryList of "photokitfs:" on a simulated library of N
+//                                           assets, unsorted (QDir::NoSort means QDir's default, by name)
+//   bench_photokit_assets sorted N          the same sorted by name, ignoring case: Qt's sorting on top
 //   bench_photokit_assets fetch N           the simulation's own fetch of those N assets, walked
 //
 // Peers: thumbs against direct; heic against heif-convert to JPEG and djpeg of
@@ -166,7 +168,9 @@ int heic(const QString& dir)
     return image.isNull() || !dated ? 1 : 0;
 }
 
-int list(int count, bool throughEngine)
+enum class Listing { Fetch, Engine, EngineSorted };
+
+int list(int count, Listing listing)
 {
     auto library = OrvPhotoKitSim::Library::create();
     library->performChanges([&] {
@@ -181,15 +185,16 @@ int list(int count, bool throughEngine)
     QElapsedTimer timer;
     timer.start();
     qsizetype entries = 0;
-    if (throughEngine) {
-        entries = QDir(QStringLiteral("photokitfs:")).entryList(QDir::AllEntries | QDir::System, QDir::NoSort).size();
+    if (listing != Listing::Fetch) {
+        const QDir::SortFlags sort = listing == Listing::Engine ? QDir::SortFlags(QDir::Unsorted) : QDir::Name | QDir::IgnoreCase;
+        entries = QDir(QStringLiteral("photokitfs:")).entryList(QDir::AllEntries | QDir::System, sort).size();
     } else {
         const OrvPhotoKit::FetchOptions options;
         const auto assets = OrvPhotoKit::sharedPhotoLibrary()->fetchAssetsWithOptions(&options);
         for (qsizetype i = 0; i < assets->count(); ++i)
             entries += OrvPhotoKit::asAsset(assets->objectAtIndex(i)) ? 1 : 0;
     }
-    std::printf("%s: %lld entries in %.1f ms (%.3f us each)\n", throughEngine ? "list" : "fetch", qlonglong(entries),
+    std::printf("%s: %lld entries in %.1f ms (%.3f us each)\n", listing == Listing::Fetch ? "fetch" : listing == Listing::Engine ? "list" : "sorted", qlonglong(entries),
                 double(timer.nsecsElapsed()) / 1e6, double(timer.nsecsElapsed()) / 1e3 / std::max<qsizetype>(1, entries));
     return entries == count ? 0 : 1;
 }
@@ -202,7 +207,7 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     const QStringList arguments = app.arguments();
     if (arguments.size() != 3) {
-        std::fprintf(stderr, "usage: bench_photokit_assets make|thumbs|direct|heic DIR | list|fetch N\n");
+        std::fprintf(stderr, "usage: bench_photokit_assets make|thumbs|direct|heic DIR | list|sorted|fetch N\n");
         return 2;
     }
     OrvPhotoKitSim::install();
@@ -217,8 +222,12 @@ int main(int argc, char** argv)
         return thumbs(value, mode == QLatin1String("direct"));
     if (mode == QLatin1String("heic"))
         return heic(value);
-    if (mode == QLatin1String("list") || mode == QLatin1String("fetch"))
-        return list(value.toInt(), mode == QLatin1String("list"));
+    if (mode == QLatin1String("list"))
+        return list(value.toInt(), Listing::Engine);
+    if (mode == QLatin1String("sorted"))
+        return list(value.toInt(), Listing::EngineSorted);
+    if (mode == QLatin1String("fetch"))
+        return list(value.toInt(), Listing::Fetch);
     std::fprintf(stderr, "unknown mode %s\n", qPrintable(mode));
     return 2;
 }

@@ -114,7 +114,12 @@ QStringList OrvApplePhotosFileEngine::entryList(QDir::Filters, const QStringList
         if (!asset)
             continue;
         const QString localIdentifier = asset->localIdentifier();
-        names.append(prefix + OrvPhotoKitDatabase::fromLocalIdentifier(localIdentifier) + jpegSuffix);
+        QString name;
+        name.reserve(prefix.size() + localIdentifier.size() * 3 + jpegSuffix.size());
+        name += prefix;
+        OrvPhotoKitDatabase::appendRemoteId(localIdentifier, &name);
+        name += jpegSuffix;
+        names.append(name);
         AssetDateCache.insert(localIdentifier, asset->creationDate().value_or(QDateTime()));
     }
     return names;

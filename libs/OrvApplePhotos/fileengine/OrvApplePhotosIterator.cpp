@@ -13,7 +13,8 @@ QString OrvApplePhotosIterator::next()
     if (!hasNext())
         return QString();
     ++myIndex;
-    return currentFilePath();
+    myPath = currentFilePath();
+    return myPath;
 }
 
 QString OrvApplePhotosIterator::currentFileName() const
@@ -24,7 +25,7 @@ QString OrvApplePhotosIterator::currentFileName() const
 QFileInfo OrvApplePhotosIterator::currentFileInfo() const
 {
     if (myInfoIndex != myIndex) {
-        myInfo = QFileInfo(currentFilePath());
+        myInfo = QFileInfo(myIndex >= 0 && myIndex < myEntries.size() ? myPath : currentFilePath());
         myInfoIndex = myIndex;
     }
     return myInfo;

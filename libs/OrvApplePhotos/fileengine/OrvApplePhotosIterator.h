@@ -19,6 +19,7 @@ public:
 private:
     QStringList myEntries;
     int myIndex = -1;
+    QString myPath;  // of the entry at the index, made by next
     mutable QFileInfo myInfo;
     mutable int myInfoIndex = -1;
 };

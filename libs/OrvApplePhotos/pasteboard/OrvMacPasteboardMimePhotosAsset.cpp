@@ -7,7 +7,6 @@
 
 #include <plist/plist.h>
 
-#include <cstdlib>
 #include <limits>
 
 const QString OrvMacPasteboardMimePhotosAsset::MIME = QStringLiteral("text/x-orv-phasset");
@@ -57,11 +56,12 @@ QString OrvMacPasteboardMimePhotosAsset::localIdentifierOf(const QByteArray& pro
     if (plist_get_node_type(root) == PLIST_DICT) {
         const plist_t item = plist_dict_get_item(root, "localIdentifier");
         if (item && plist_get_node_type(item) == PLIST_STRING) {
-            char* text = nullptr;
-            plist_get_string_val(item, &text);
-            if (text)
-                identifier = QString::fromUtf8(text);
-            std::free(text);
+            // Read with its length: libplist asserts (aborts) copying a string with a NUL inside,
+            // which a binary property list can hold.
+            uint64_t length = 0;
+            const char* text = plist_get_string_ptr(item, &length);
+            if (text && length <= uint64_t(std::numeric_limits<qsizetype>::max()))
+                identifier = QString::fromUtf8(text, qsizetype(length));
         }
     }
     plist_free(root);

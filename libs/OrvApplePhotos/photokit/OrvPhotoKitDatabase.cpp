@@ -8,6 +8,8 @@
 #include <QFileIconProvider>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace {
 
 const QString photoKitServiceId = QStringLiteral("photokit");
@@ -203,24 +205,41 @@ QString OrvPhotoKitDatabase::toLocalIdentifier(const QString& remoteId)
 
 QString OrvPhotoKitDatabase::fromLocalIdentifier(const QString& localIdentifier)
 {
+    QString remote;
+    appendRemoteId(localIdentifier, &remote);
+    return remote;
+}
+
+void OrvPhotoKitDatabase::appendRemoteId(const QString& localIdentifier, QString* out)
+{
     // Percent-encoding of the UTF-8 bytes (unreserved characters kept) with "_"
     // for "%", in one pass: every foto of a library goes through here.
     static const char hex[] = "0123456789ABCDEF";
-    const QByteArray utf8 = localIdentifier.toUtf8();
-    QString remote;
-    remote.resize(utf8.size() * 3);
-    QChar* out = remote.data();
-    for (const char c : utf8) {
-        const auto byte = static_cast<unsigned char>(c);
-        if ((byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9') || byte == '-'
-            || byte == '.' || byte == '_' || byte == '~') {
-            *out++ = QLatin1Char(char(byte));
+    const auto unreserved = [](char16_t c) {
+        return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') || c == u'-' || c == u'.'
+            || c == u'_' || c == u'~';
+    };
+    const qsizetype start = out->size();
+    // Identifiers are ASCII as a rule: copied as they are without a UTF-8 pass.
+    const QChar* begin = localIdentifier.constData();
+    const QChar* end = begin + localIdentifier.size();
+    QByteArray utf8;
+    qsizetype bytes = localIdentifier.size();
+    if (std::any_of(begin, end, [](QChar c) { return c.unicode() >= 0x80; })) {
+        utf8 = localIdentifier.toUtf8();
+        bytes = utf8.size();
+    }
+    out->resize(start + bytes * 3);
+    QChar* write = out->data() + start;
+    for (qsizetype i = 0; i < bytes; ++i) {
+        const char16_t c = utf8.isNull() ? begin[i].unicode() : char16_t(static_cast<unsigned char>(utf8.at(i)));
+        if (unreserved(c)) {
+            *write++ = QChar(c);
         } else {
-            *out++ = QLatin1Char('_');
-            *out++ = QLatin1Char(hex[byte >> 4]);
-            *out++ = QLatin1Char(hex[byte & 15]);
+            *write++ = QLatin1Char('_');
+            *write++ = QLatin1Char(hex[c >> 4]);
+            *write++ = QLatin1Char(hex[c & 15]);
         }
     }
-    remote.truncate(out - remote.constData());
-    return remote;
+    out->truncate(write - out->constData());
 }

@@ -58,6 +58,8 @@ public:
     // Remote ids are local identifiers percent-encoded with "%" turned into "_".
     static QString toLocalIdentifier(const QString& remoteId);
     static QString fromLocalIdentifier(const QString& localIdentifier);
+    // The same, appended to out (listings build whole names in one string).
+    static void appendRemoteId(const QString& localIdentifier, QString* out);
 
 public slots:
     void refresh() override;

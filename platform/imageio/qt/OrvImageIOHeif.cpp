@@ -160,19 +160,20 @@ QImage OrvImageIOHeif::decode(const QByteArray& bytes, int maxPixelSize)
                               alpha ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB, nullptr),
             "decoding"))
         return {};
-    const Image image(decoded);
+    Image image(decoded);
     const int w = heif_image_get_width(image.get(), heif_channel_interleaved);
     const int h = heif_image_get_height(image.get(), heif_channel_interleaved);
     int stride = 0;
-    const uint8_t* plane = heif_image_get_plane_readonly(image.get(), heif_channel_interleaved, &stride);
-    if (!plane || w <= 0 || h <= 0)
+    uint8_t* plane = heif_image_get_plane(image.get(), heif_channel_interleaved, &stride);
+    if (!plane || w <= 0 || h <= 0 || stride < w * (alpha ? 4 : 3))
         return {};
-    QImage result(w, h, alpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888);
+    // The decoded plane becomes the image's pixels, not copied: a 12-megapixel
+    // photo is 36 MB that would be allocated and written twice.
+    QImage result(plane, w, h, stride, alpha ? QImage::Format_RGBA8888 : QImage::Format_RGB888,
+                  [](void* owned) { heif_image_release(static_cast<heif_image*>(owned)); }, image.get());
     if (result.isNull())
         return {};
-    const qsizetype rowBytes = qsizetype(w) * (alpha ? 4 : 3);
-    for (int y = 0; y < h; ++y)
-        std::memcpy(result.scanLine(y), plane + qsizetype(y) * stride, size_t(rowBytes));
+    image.release();
     const heif_color_profile_type profile = heif_image_handle_get_color_profile_type(handle.get());
     if (profile == heif_color_profile_type_prof || profile == heif_color_profile_type_rICC) {
         QByteArray icc(qsizetype(heif_image_handle_get_raw_color_profile_size(handle.get())), Qt::Uninitialized);

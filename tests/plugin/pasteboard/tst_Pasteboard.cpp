@@ -108,6 +108,20 @@ TEST(PhotosAssetConverter, ItemsWithoutAnIdentifierStillGiveAUrl)
     }
 }
 
+TEST(PhotosAssetConverter, AnIdentifierWithANulInsideGivesAUrlNotAnAbort)
+{
+    // Binary property lists carry strings by length; libplist aborts copying one with a NUL inside.
+    // What libplist reports of it, up to the NUL, is the identifier.
+    QByteArray item = assetItem("AB/L0/001", true);
+    ASSERT_TRUE(item.contains("AB/L0/001"));
+    item.replace("AB/L0/001", QByteArray("AB\0L0/001", 9));
+    const QString identifier = OrvMacPasteboardMimePhotosAsset::localIdentifierOf(item);
+    EXPECT_EQ(identifier, QStringLiteral("AB"));
+    const QList<QUrl> urls = urlsOf(OrvMacPasteboardMimePhotosAsset().convertToMime(mime, {item}, flavor));
+    ASSERT_EQ(urls.size(), 1);
+    EXPECT_EQ(OrvPhotoKitDatabase::toLocalIdentifier(urls[0].fragment()), identifier);
+}
+
 TEST(PhotosAssetConverter, AnotherTypeGivesTheWarningAndNothing)
 {
     const OrvMacPasteboardMimePhotosAsset converter;
