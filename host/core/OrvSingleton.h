@@ -1,10 +1,13 @@
 #pragma once
 
-#include <QReadWriteLock>
+#include <mutex>
+#include <shared_mutex>
 
 // Process-wide lazily created instance of T. The two function-level statics
 // have vague linkage and default visibility, so every shared library that
-// instantiates OrvSingleton<T> shares one object with the host.
+// instantiates OrvSingleton<T> shares one object with the host. The lock is
+// the standard library's (pthread's), which ThreadSanitizer sees: the first
+// instance() often runs on several worker threads at once.
 template <class T>
 class OrvSingleton
 {
@@ -13,14 +16,14 @@ public:
 
     static T* instance()
     {
-        QReadWriteLock& lock = instanceLock();
+        std::shared_mutex& lock = instanceLock();
         T*& myInstance = instancePointer();
         {
-            QReadLocker reader(&lock);
+            std::shared_lock<std::shared_mutex> reader(lock);
             if (myInstance)
                 return myInstance;
         }
-        QWriteLocker writer(&lock);
+        std::unique_lock<std::shared_mutex> writer(lock);
         if (!myInstance) {
             T* created = new T();
             myInstance = created;
@@ -35,9 +38,9 @@ protected:
     virtual void setupInstance() {}
 
 private:
-    static QReadWriteLock& instanceLock()
+    static std::shared_mutex& instanceLock()
     {
-        static QReadWriteLock lock;
+        static std::shared_mutex lock;
         return lock;
     }
     static T*& instancePointer()

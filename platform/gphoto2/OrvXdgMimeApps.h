@@ -1,7 +1,7 @@
 #pragma once
 
-// The desktop's choice of application per MIME type, as the XDG specification
-// keeps it in the user's mimeapps.list ($XDG_CONFIG_HOME, default ~/.config).
+// The desktop's choice of application per MIME type, as freedesktop.org's "MIME Applications"
+// standard keeps it in the user's mimeapps.list ($XDG_CONFIG_HOME, default ~/.config).
 // For camera content (x-content/image-dcf) this is what the desktop's
 // automount offers to start when a camera or card is plugged in: the Linux
 // counterpart of a device's auto-launch application.
