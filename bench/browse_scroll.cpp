@@ -7,6 +7,7 @@
 //
 // The library is made once in DATA_DIR (scripts/make-iphoto-library.py).
 
+#include "BenchSupport.h"
 #include "OrvBrowserWindow.h"
 #include "OrvFotoCacheManager.h"
 #include "OrvFotoGridModel.h"
@@ -28,18 +29,6 @@
 namespace {
 
 constexpr int sharedImages = 300;
-
-qint64 statusField(const char* name)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith(name))
-            return line.mid(int(qstrlen(name))).trimmed().split(' ').first().toLongLong();
-    }
-    return -1;
-}
 
 bool makeLibrary(const QString& dir, int photos)
 {
@@ -162,7 +151,7 @@ int main(int argc, char** argv)
     std::printf("scroll to the bottom         %.0f s, scroll bar range %d px\n", seconds, bar->maximum());
     std::printf("longest main-thread stall    %.1f ms (goal 50)\n", longest / 1e6);
     std::printf("memory after the scroll      %lld MiB resident, peak %lld MiB\n",
-                static_cast<long long>(statusField("VmRSS:") / 1024), static_cast<long long>(statusField("VmHWM:") / 1024));
+                static_cast<long long>(OrvBench::statusField("VmRSS:") / 1024), static_cast<long long>(OrvBench::statusField("VmHWM:") / 1024));
     std::printf("foto cache                   %lld of %lld MiB\n", static_cast<long long>(cached >> 20),
                 static_cast<long long>(budget >> 20));
     return 0;

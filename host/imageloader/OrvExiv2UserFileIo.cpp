@@ -122,3 +122,18 @@ int OrvExiv2UserFileIo::error() const { return myError; }
 bool OrvExiv2UserFileIo::eof() const { return myEof; }
 
 std::string OrvExiv2UserFileIo::path() const { return myPath; }
+
+bool orvExiv2WrittenBytes(Exiv2::Image& image, QByteArray* bytes)
+{
+    Exiv2::BasicIo& io = image.io();
+    if (io.open() != 0)
+        return false;
+    io.seek(0, Exiv2::BasicIo::beg);
+    const long size = long(io.size());
+    const Exiv2::DataBuf written = io.read(size);
+    io.close();
+    if (size <= 0 || written.size_ != size)
+        return false;
+    *bytes = QByteArray(reinterpret_cast<const char*>(written.pData_), int(written.size_));
+    return true;
+}

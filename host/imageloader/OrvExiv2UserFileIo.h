@@ -46,3 +46,7 @@ private:
     int myError = 0;
     void* myMap = nullptr;
 };
+
+// The bytes an image held in memory has after Exiv2 wrote its metadata into
+// it: false when there are none or they cannot be read back whole.
+bool orvExiv2WrittenBytes(Exiv2::Image& image, QByteArray* bytes);

@@ -478,16 +478,8 @@ bool OrvNativeMetaDataExiv2::store(QBuffer* buffer) const
         image->setXmpData(d->xmp);
         image->writeMetadata();
 
-        Exiv2::BasicIo& io = image->io();
-        if (io.open() != 0)
+        if (!orvExiv2WrittenBytes(*image, &result))
             return false;
-        io.seek(0, Exiv2::BasicIo::beg);
-        const long size = long(io.size());
-        const Exiv2::DataBuf written = io.read(size);
-        io.close();
-        if (written.size_ != size || size <= 0)
-            return false;
-        result = QByteArray(reinterpret_cast<const char*>(written.pData_), int(written.size_));
     } catch (const std::exception& e) {
         qDebug() << "OrvNativeMetaDataExiv2: cannot store metadata of" << d->fileName << e.what();
         return false;

@@ -1,5 +1,6 @@
 #include "OrvImageIOMetadata.h"
 
+#include "OrvExiv2UserFileIo.h"
 #include "OrvNativeMetaData.h"
 
 #include <QDebug>
@@ -184,16 +185,8 @@ bool OrvImageIOMetadata::write(QByteArray* encoded, const Properties& properties
         image->setXmpData(xmp);
         image->writeMetadata();
 
-        Exiv2::BasicIo& io = image->io();
-        if (io.open() != 0)
+        if (!orvExiv2WrittenBytes(*image, encoded))
             return false;
-        io.seek(0, Exiv2::BasicIo::beg);
-        const long size = long(io.size());
-        const Exiv2::DataBuf written = io.read(size);
-        io.close();
-        if (size <= 0 || written.size_ != size)
-            return false;
-        *encoded = QByteArray(reinterpret_cast<const char*>(written.pData_), int(written.size_));
     } catch (const std::exception& e) {
         qDebug() << "ImageIO: cannot write the properties:" << e.what();
         return false;
