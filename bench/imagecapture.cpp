@@ -6,7 +6,7 @@
 //   bench_imagecapture make DIR            2 000 small JPEGs and 20 of 24 megapixels, with EXIF thumbnails
 //   bench_imagecapture list DIR            until the catalogue is complete
 //   bench_imagecapture download DIR        every file's bytes through the retrievers (into memory)
-//   bench_imagecapture export DIR OUT      every file through the retrievers into OUT (as export writes)
+//   bench_imagecapture export DIR OUT      every file through the retrievers into OUT (as export saves them)
 //   bench_imagecapture thumbnails DIR      until the first 100 items (in the album's order) have thumbnails
 
 #include "OrvAppleImageCaptureDatabase.h"
@@ -193,7 +193,7 @@ int main(int argc, char** argv)
                 const std::unique_ptr<OrvFotoRetrieverData> data(retriever->retrieve(FOTO_CACHE_SIZE_FULL));
                 if (toFolder) {
                     const QString name = fotos.at(i).id().remoteId().section(QLatin1Char('/'), -2).replace(QLatin1Char('/'), QLatin1Char('-'));
-                    if (!out->create(name, [&](QIODevice* target) { return data->writeFile(OrvMediaFormat(), target); }))
+                    if (!data->saveFile(OrvMediaFormat(), out.get(), name))
                         ++failed;
                 } else {
                     const QByteArray file = data->file(OrvMediaFormat(OrvMediaFormat::Jpeg));

@@ -63,6 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     loader->load(path, QSize(), nullptr, OrvMediaLoader::KeepStored);
     loader->imageSize(path);
     loader->isIntact(path);
+    OrvMediaLoader::isComplete(path);
     OrvNativeMetaDataExiv2(QFileInfo(path)).metaData();
 
     const OrvExifOrientation::Scan scan = OrvExifOrientation::scan(bytes);

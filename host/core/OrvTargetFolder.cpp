@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -78,6 +79,8 @@ OrvTargetFolder::OrvTargetFolder(const QString& path) : myPath(path)
 
 OrvTargetFolder::~OrvTargetFolder()
 {
+    for (const int fd : std::as_const(myUnnamed))
+        ::close(fd);
     if (myFd >= 0)
         ::close(myFd);
 }
@@ -126,7 +129,8 @@ bool OrvTargetFolder::replace(const QString& name, const Producer& produce)
         return false;
     }
     QByteArray temporaryName;
-    if (!writeTemporary(produce, &temporaryName))
+    // Renamed over the old file: that needs a name.
+    if (!writeTemporary(produce, &temporaryName, false))
         return false;
     if (::renameat(myFd, temporaryName.constData(), myFd, finalName.constData()) == 0)
         return true;
@@ -135,9 +139,9 @@ bool OrvTargetFolder::replace(const QString& name, const Producer& produce)
     return false;
 }
 
-bool OrvTargetFolder::writeTemporary(const Producer& produce, QByteArray* temporaryName)
+bool OrvTargetFolder::writeTemporary(const Producer& produce, QByteArray* temporaryName, bool unnamed)
 {
-    const int fd = createTemporary(temporaryName);
+    const int fd = openTemporary(temporaryName, unnamed);
     if (fd < 0)
         return false;
     bool ok = false;
@@ -158,13 +162,113 @@ bool OrvTargetFolder::writeTemporary(const Producer& produce, QByteArray* tempor
     return ok;
 }
 
-int OrvTargetFolder::createTemporary(QByteArray* temporaryName)
+bool OrvTargetFolder::adoptFile(const QString& name, const QString& sourcePath)
+{
+    myWriteFailed = false;
+    if (myFd < 0)
+        return false;
+    if (!isValidName(name) || isTaken(name)) {
+        myError = QStringLiteral("%1 exists").arg(name);
+        return false;
+    }
+    const int in = ::open(QFile::encodeName(sourcePath).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    struct stat info {};
+    if (in < 0 || ::fstat(in, &info) != 0 || !S_ISREG(info.st_mode)) {
+        myError = in < 0 ? systemError(errno) : QStringLiteral("%1 is no regular file").arg(sourcePath);
+        if (in >= 0)
+            ::close(in);
+        return false;
+    }
+    bool ok = false;
+    bool linked = false;
+    if (info.st_nlink == 1) {
+        // The very file opened, whatever its path names by now; never over what exists.
+        const QByteArray self = "/proc/self/fd/" + QByteArray::number(in);
+        linked = ::linkat(AT_FDCWD, self.constData(), myFd, QFile::encodeName(name).constData(), AT_SYMLINK_FOLLOW) == 0;
+        if (!linked && errno == EEXIST) {
+            myError = QStringLiteral("%1 exists").arg(name);
+            ::close(in);
+            return false;
+        }
+        ok = linked;
+    }
+    if (!linked) {
+        // Another file system, one without links, or a file with other names: a copy.
+        QByteArray temporaryName;
+        ok = copyToTemporary(in, &temporaryName) && commitTemporary(temporaryName, name);
+    }
+    ::close(in);
+    return ok;
+}
+
+bool OrvTargetFolder::copyToTemporary(int in, QByteArray* temporaryName)
+{
+    const int out = createTemporary(temporaryName);
+    if (out < 0)
+        return false;
+    int failure = 0;
+    bool kernelCopy = true;
+    // From the start, wherever a descriptor sharing in's position left it.
+    loff_t from = 0;
+    off_t at = 0;
+    for (;;) {
+        ssize_t copied = kernelCopy ? ::copy_file_range(in, &from, out, nullptr, 1 << 30, 0) : -1;
+        if (copied < 0 && kernelCopy && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
+            kernelCopy = false;
+            continue;
+        }
+        if (!kernelCopy) {
+            at = off_t(from);
+            copied = ::sendfile(out, in, &at, 1 << 30);
+            from = loff_t(at);
+        }
+        if (copied < 0 && errno == EINTR)
+            continue;
+        if (copied < 0) {
+            failure = errno;
+            break;
+        }
+        if (copied == 0)
+            break;
+    }
+    if (::close(out) != 0 && !failure)
+        failure = errno;
+    if (failure) {
+        myWriteFailed = failure == ENOSPC || failure == EDQUOT || failure == EFBIG || failure == EIO;
+        myError = systemError(failure);
+        discardTemporary(*temporaryName);
+        return false;
+    }
+    return true;
+}
+
+int OrvTargetFolder::createTemporary(QByteArray* temporaryName) { return openTemporary(temporaryName, true); }
+
+int OrvTargetFolder::openTemporary(QByteArray* temporaryName, bool unnamed)
 {
     if (myFd < 0 || !temporaryName)
         return -1;
+    auto randomName = [] { return ".orv-" + QByteArray::number(QRandomGenerator::global()->generate64(), 36) + ".part"; };
+    // A file without a name: nothing to clean up after a failure or a crash, and
+    // no lock on the folder while the file system looks for a free inode. It is
+    // linked through /proc, so only where that is there.
+    static const bool linkable = ::access("/proc/self/fd", X_OK) == 0;
+    if (unnamed && linkable && !myUnnamedRefused) {
+        const int fd = ::openat(myFd, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, 0666);
+        const int kept = fd >= 0 ? ::fcntl(fd, F_DUPFD_CLOEXEC, 0) : -1;
+        if (kept >= 0) {
+            do
+                *temporaryName = randomName();
+            while (myUnnamed.contains(*temporaryName));
+            myUnnamed.insert(*temporaryName, kept);
+            return fd;
+        }
+        if (fd >= 0)
+            ::close(fd);
+    }
     int fd = -1;
     for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-        *temporaryName = ".orv-" + QByteArray::number(QRandomGenerator::global()->generate64(), 36) + ".part";
+        *temporaryName = randomName();
         fd = ::openat(myFd, temporaryName->constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
         if (fd < 0 && errno != EEXIST)
             break;
@@ -184,6 +288,23 @@ bool OrvTargetFolder::commitTemporary(const QByteArray& temporaryName, const QSt
         return false;
     }
     const QByteArray finalName = QFile::encodeName(name);
+    const auto unnamed = myUnnamed.constFind(temporaryName);
+    if (unnamed != myUnnamed.cend()) {
+        const int kept = *unnamed;
+        const QByteArray self = "/proc/self/fd/" + QByteArray::number(kept);
+        bool ok = ::linkat(AT_FDCWD, self.constData(), myFd, finalName.constData(), AT_SYMLINK_FOLLOW) == 0;
+        if (!ok && errno == EEXIST) {
+            myError = QStringLiteral("%1 exists").arg(name);
+        } else if (!ok) {
+            // Linking refused after all: from now on, and for these bytes, named temporary files.
+            myError = systemError(errno);
+            myUnnamedRefused = true;
+            QByteArray named;
+            ok = copyToTemporary(kept, &named) && commitTemporary(named, name);
+        }
+        discardTemporary(temporaryName);
+        return ok;
+    }
     bool ok = true;
     // A hard link never replaces what exists; a rename where the file system
     // has no links, after one more look.
@@ -205,6 +326,12 @@ bool OrvTargetFolder::commitTemporary(const QByteArray& temporaryName, const QSt
 
 void OrvTargetFolder::discardTemporary(const QByteArray& temporaryName)
 {
+    const auto unnamed = myUnnamed.find(temporaryName);
+    if (unnamed != myUnnamed.end()) {
+        ::close(*unnamed);
+        myUnnamed.erase(unnamed);
+        return;
+    }
     if (myFd >= 0 && !temporaryName.isEmpty())
         ::unlinkat(myFd, temporaryName.constData(), 0);
 }
@@ -212,6 +339,9 @@ void OrvTargetFolder::discardTemporary(const QByteArray& temporaryName)
 qint64 OrvTargetFolder::temporarySize(const QByteArray& temporaryName) const
 {
     struct stat info {};
+    const auto unnamed = myUnnamed.constFind(temporaryName);
+    if (unnamed != myUnnamed.cend())
+        return ::fstat(*unnamed, &info) == 0 ? qint64(info.st_size) : -1;
     if (myFd < 0 || ::fstatat(myFd, temporaryName.constData(), &info, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(info.st_mode))
         return -1;
     return qint64(info.st_size);

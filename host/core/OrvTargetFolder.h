@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QIODevice>
 #include <QString>
 
@@ -9,8 +10,9 @@
 // only place this project writes to. A file is created only directly inside
 // it, never through a link (a link planted at a name, even one to a missing
 // file, makes the name taken), never over something that exists, and appears
-// under its name only when complete: it is written to a hidden temporary file
-// in the folder first and linked into place, so a failed write (a full disk)
+// under its name only when complete: it is written to a file without a name in
+// the folder first (a hidden temporary file where the file system cannot do
+// that) and linked into place, so a failed write (a full disk), even a crash,
 // leaves nothing behind.
 class OrvTargetFolder
 {
@@ -44,11 +46,18 @@ public:
     // change). Never through or over a link or a folder: those are refused.
     bool replace(const QString& name, const Producer& produce);
 
+    // Puts a complete file of the caller's own (a download in its temporary
+    // folder) into the folder under name, as create does: hard-linked when both
+    // are on one file system and the file has no other name, so nothing is
+    // copied, otherwise copied in the kernel. The file at sourcePath stays; the
+    // caller removes it.
+    bool adoptFile(const QString& name, const QString& sourcePath);
+
     // For a writer that needs the descriptor itself (a library that writes into
-    // it): an exclusive hidden temporary file in the folder, which commit links
-    // into place under name (never over what exists) and discard removes. The
-    // caller closes the descriptor (or hands it to whoever closes it) first.
-    // -1 when the folder is not open or the file cannot be made.
+    // it): a new temporary file in the folder, known by the name given back,
+    // which commit links into place under name (never over what exists) and
+    // discard removes. The caller closes the descriptor (or hands it to whoever
+    // closes it) first. -1 when the folder is not open or the file cannot be made.
     int createTemporary(QByteArray* temporaryName);
     bool commitTemporary(const QByteArray& temporaryName, const QString& name);
     void discardTemporary(const QByteArray& temporaryName);
@@ -57,8 +66,15 @@ public:
 
 private:
     // The produced bytes in a new temporary file; false (and nothing left) when writing fails.
-    bool writeTemporary(const Producer& produce, QByteArray* temporaryName);
+    bool writeTemporary(const Producer& produce, QByteArray* temporaryName, bool unnamed = true);
+    // A new temporary file; without a name when unnamed and the file system can link such files.
+    int openTemporary(QByteArray* temporaryName, bool unnamed);
+    // Copies the open file in into a new temporary file; false (and nothing left) when that fails.
+    bool copyToTemporary(int in, QByteArray* temporaryName);
 
+    // Temporary files without a name: each kept open here until it is linked or dropped.
+    QHash<QByteArray, int> myUnnamed;
+    bool myUnnamedRefused = false;
     QString myPath;
     QString myError;
     bool myWriteFailed = false;

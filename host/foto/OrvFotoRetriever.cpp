@@ -5,6 +5,7 @@
 #include "OrvFotoRegistries.h"
 #include "OrvMediaLoader.h"
 #include "OrvNativeMetaData.h"
+#include "OrvTargetFolder.h"
 #include "OrvUserFile.h"
 
 #include <QBuffer>
@@ -83,12 +84,23 @@ bool OrvFotoRetrieverData::writeFile(const OrvMediaFormat& format, QIODevice* ta
     return target && !bytes.isEmpty() && target->write(bytes) == bytes.size();
 }
 
+bool OrvFotoRetrieverData::saveFile(const OrvMediaFormat& format, OrvTargetFolder* folder, const QString& name)
+{
+    return folder && folder->create(name, [&](QIODevice* target) { return writeFile(format, target); });
+}
+
 bool OrvFotoRetrieverData::copyThisFile(QIODevice* target, const QList<OrvExifOrientation::Patch>& patches) const
 {
     if (!myDescriptor.isValid() || !target)
         return false;
-    OrvUserFile in(myDescriptor.fileInfo().absoluteFilePath(), OrvUserFile::Media);
-    if (!in.open() || !mediaLoader()->isIntact(in.path()))
+    const QString path = myDescriptor.fileInfo().absoluteFilePath();
+    return mediaLoader()->isIntact(path) && streamFile(path, target, patches);
+}
+
+bool OrvFotoRetrieverData::streamFile(const QString& path, QIODevice* target, const QList<OrvExifOrientation::Patch>& patches)
+{
+    OrvUserFile in(path, OrvUserFile::Media);
+    if (!target || !in.open())
         return false;
     QByteArray chunk(1024 * 1024, Qt::Uninitialized);
     qint64 offset = 0;

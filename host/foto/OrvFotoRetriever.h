@@ -13,6 +13,7 @@
 #include <QSize>
 
 class OrvMediaLoader;
+class OrvTargetFolder;
 class OrvNativeMetaDataExiv2;
 class OrvFotoRetrieverData;
 class OrvFotoRetrieverMetaData;
@@ -59,6 +60,10 @@ public:
     // chunks, so a movie of gigabytes costs no more memory than a thumbnail.
     // False when nothing, or not all of it, could be written.
     virtual bool writeFile(const OrvMediaFormat& format, QIODevice* target);
+    // Saves what writeFile(format) writes as name in folder (created there as
+    // the folder creates files). Sources whose bytes already are a file of their
+    // own (a camera's download) hand that file over instead of copying it.
+    virtual bool saveFile(const OrvMediaFormat& format, OrvTargetFolder* folder, const QString& name);
 
     OrvMediaLoader* mediaLoader() const;
     // Metadata of the file behind this retriever (or of the cached record when
@@ -71,6 +76,8 @@ public:
     // Copies the file behind this retriever into target in chunks, with the
     // patches applied in passing. False for no file, an empty one or a failed write.
     bool copyThisFile(QIODevice* target, const QList<OrvExifOrientation::Patch>& patches = {}) const;
+    // Copies the file at path into target in chunks, as it is; false for no file, an empty one or a failed write.
+    static bool streamFile(const QString& path, QIODevice* target, const QList<OrvExifOrientation::Patch>& patches = {});
     const OrvMediaDescriptor& descriptor() const { return myDescriptor; }
 
 protected:

@@ -371,3 +371,96 @@ QImage OrvJpegDecoder::read(const QSize& scaledSize)
         image = image.scaled(scaledSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     return image;
 }
+
+namespace {
+
+// The file in windows of a few hundred kilobytes, byte by byte for the markers
+// and by memchr through the coded data.
+class JpegWalk
+{
+public:
+    explicit JpegWalk(OrvUserFile* file) : myFile(file), myWindow(256 * 1024, Qt::Uninitialized) {}
+
+    // The byte at position, -1 past the end.
+    int at(qint64 position)
+    {
+        if (!covers(position) && !load(position))
+            return -1;
+        return uchar(myWindow.at(qsizetype(position - myStart)));
+    }
+    // The first 0xFF at or after position, -1 when there is none.
+    qint64 nextFF(qint64 position)
+    {
+        for (;;) {
+            if (!covers(position) && !load(position))
+                return -1;
+            const char* begin = myWindow.constData() + (position - myStart);
+            const auto* found = static_cast<const char*>(std::memchr(begin, 0xFF, size_t(myStart + myLength - position)));
+            if (found)
+                return position + (found - begin);
+            position = myStart + myLength;
+        }
+    }
+
+private:
+    bool covers(qint64 position) const { return position >= myStart && position < myStart + myLength; }
+    bool load(qint64 position)
+    {
+        const qint64 got = myFile->readAt(position, myWindow.data(), myWindow.size());
+        myStart = position;
+        myLength = got > 0 ? got : 0;
+        return myLength > 0;
+    }
+
+    OrvUserFile* myFile;
+    QByteArray myWindow;
+    qint64 myStart = 0;
+    qint64 myLength = 0;
+};
+
+} // namespace
+
+bool OrvJpegDecoder::reachesEnd(OrvUserFile* file)
+{
+    if (!file)
+        return false;
+    JpegWalk walk(file);
+    if (walk.at(0) != 0xFF || walk.at(1) != 0xD8)
+        return false;
+    qint64 position = 2;
+    for (;;) {
+        // Stray bytes before a marker are a known camera oddity, and so is padding with 0xFF.
+        position = walk.nextFF(position);
+        if (position < 0)
+            return false;
+        int marker = walk.at(++position);
+        while (marker == 0xFF)
+            marker = walk.at(++position);
+        if (marker < 0)
+            return false;
+        ++position;
+        if (marker == 0xD9)
+            return true;
+        if (marker == 0x00 || marker == 0x01 || marker == 0xD8 || (marker >= 0xD0 && marker <= 0xD7))
+            continue;
+        const int high = walk.at(position);
+        const int low = walk.at(position + 1);
+        if (high < 0 || low < 0 || (high << 8 | low) < 2)
+            return false;
+        position += high << 8 | low;
+        if (marker != 0xDA)
+            continue;
+        // Coded data: 0xFF 0x00 is a stuffed byte and restart markers belong to it; any other marker ends it.
+        for (;;) {
+            position = walk.nextFF(position);
+            if (position < 0)
+                return false;
+            const int next = walk.at(position + 1);
+            if (next < 0)
+                return false;
+            if (next != 0x00 && next != 0xFF && !(next >= 0xD0 && next <= 0xD7))
+                break;
+            position += next == 0xFF ? 1 : 2;
+        }
+    }
+}

@@ -29,6 +29,12 @@ public:
     // A JPEG starts FF D8 FF.
     static bool isJpeg(const char* head, qint64 size);
 
+    // Whether the file runs from its start marker through every segment and the
+    // coded data to its end marker (what follows that, as behind phones' motion
+    // photos, does not matter). Reads, never decodes: a file cut off is told
+    // from a whole one at the speed of reading it.
+    static bool reachesEnd(OrvUserFile* file);
+
     // Parses up to the first scan. False for what is no JPEG.
     bool readHeader();
     // Pixels as stored, before the orientation.

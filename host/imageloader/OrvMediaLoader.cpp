@@ -235,6 +235,24 @@ OrvDrawable OrvMediaLoader::loadDrawable(const OrvMediaDescriptor& descriptor, c
     return OrvDrawable(OrvColorProfileConverter::instance()->convert(image, colorInfo));
 }
 
+namespace {
+
+// The end chunk, perhaps followed by a little junk some writers leave.
+bool pngReachesEnd(OrvUserFile* file, const QString& path)
+{
+    const qint64 tailSize = qMin<qint64>(file->size(), 4096);
+    QByteArray tail(qsizetype(tailSize), Qt::Uninitialized);
+    if (file->readAt(file->size() - tailSize, tail.data(), tailSize) == tailSize
+        && tail.contains(QByteArray("IEND\xAE\x42\x60\x82", 8)))
+        return true;
+    qDebug() << "OrvMediaLoader: PNG without its end" << path;
+    return false;
+}
+
+bool isPng(const char* head, qint64 size) { return size == 8 && QByteArray(head, 8) == QByteArray("\x89PNG\r\n\x1a\n", 8); }
+
+} // namespace
+
 bool OrvMediaLoader::isIntact(const QString& path) const
 {
     OrvUserFile file(path, OrvUserFile::Media);
@@ -252,17 +270,23 @@ bool OrvMediaLoader::isIntact(const QString& path) const
         qDebug() << "OrvMediaLoader: damaged JPEG" << path << decoder.errorString();
         return false;
     }
-    if (got == 8 && QByteArray(head, 8) == QByteArray("\x89PNG\r\n\x1a\n", 8)) {
-        // The end chunk, perhaps followed by a little junk some writers leave.
-        const qint64 tailSize = qMin<qint64>(file.size(), 4096);
-        QByteArray tail(qsizetype(tailSize), Qt::Uninitialized);
-        if (file.readAt(file.size() - tailSize, tail.data(), tailSize) == tailSize
-            && tail.contains(QByteArray("IEND\xAE\x42\x60\x82", 8)))
+    return isPng(head, got) ? pngReachesEnd(&file, path) : true;
+}
+
+bool OrvMediaLoader::isComplete(const QString& path)
+{
+    OrvUserFile file(path, OrvUserFile::Media);
+    if (!file.open())
+        return false;
+    char head[8] = {};
+    const qint64 got = file.readAt(0, head, sizeof head);
+    if (OrvJpegDecoder::isJpeg(head, got)) {
+        if (OrvJpegDecoder::reachesEnd(&file))
             return true;
-        qDebug() << "OrvMediaLoader: PNG without its end" << path;
+        qDebug() << "OrvMediaLoader: JPEG without its end" << path;
         return false;
     }
-    return true;
+    return isPng(head, got) ? pngReachesEnd(&file, path) : true;
 }
 
 QSize OrvMediaLoader::imageSize(const QString& path) const

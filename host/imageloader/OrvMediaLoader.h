@@ -48,6 +48,9 @@ public:
     // hitting broken data, a PNG ends with its end chunk. Other formats, and
     // images above maxPixels, are not judged and count as whole.
     bool isIntact(const QString& path) const;
+    // Cheaper: the file is not cut off (a JPEG reaches its end marker, a PNG its
+    // end chunk), found by reading alone. For bytes that came whole from a device.
+    static bool isComplete(const QString& path);
 
     // Pixel size as displayed (orientation applied) without decoding; invalid on failure.
     QSize imageSize(const QString& path) const;

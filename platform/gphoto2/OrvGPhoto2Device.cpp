@@ -29,6 +29,8 @@ constexpr int thumbnailBatch = 16;
 constexpr int maxFolderDepth = 32;
 // A device that another program holds is asked again after these pauses.
 constexpr int busyRetryMs[] = {500, 1000, 2000};
+// Thumbnails wait this long after a download for the next one to be asked for.
+constexpr std::chrono::milliseconds quietAfterDownload(100);
 
 QString childPath(const QString& folder, const QString& name)
 {
@@ -364,7 +366,11 @@ void Device::requestDownloadFile(const CameraFilePtr& file, const DownloadOption
         std::lock_guard<std::mutex> lock(myDownloadsMutex);
         myDownloadFlags.append(request.cancelled);
     }
-    myThread.post(TaskThread::High, [this, request] { download(request); });
+    myThread.post(TaskThread::High, [this, request] {
+        download(request);
+        // Whoever asked usually asks for the next file right after this one.
+        myThread.holdLow(quietAfterDownload);
+    });
 }
 
 void Device::cancelDownloads()

@@ -39,6 +39,12 @@ bool TaskThread::hasWaiting(Priority priority) const
     return !myTasks[priority].empty();
 }
 
+void TaskThread::holdLow(std::chrono::milliseconds duration)
+{
+    std::lock_guard<std::mutex> lock(myMutex);
+    myLowHeldUntil = std::chrono::steady_clock::now() + duration;
+}
+
 void TaskThread::waitIdle()
 {
     if (isCurrentThread())
@@ -71,6 +77,11 @@ void TaskThread::run()
         myWake.wait(lock, [this] {
             return myStopping || (!mySuspended && (!myTasks[High].empty() || !myTasks[Normal].empty() || !myTasks[Low].empty()));
         });
+        if (!myStopping && myTasks[High].empty() && myTasks[Normal].empty() && !myTasks[Low].empty()
+            && std::chrono::steady_clock::now() < myLowHeldUntil) {
+            myWake.wait_until(lock, myLowHeldUntil);
+            continue;
+        }
         std::deque<std::function<void()>>* queue = nullptr;
         for (auto& tasks : myTasks) {
             if (!tasks.empty()) {

@@ -4,6 +4,7 @@
 // detection) does, in the order that keeps the user waiting least. Tasks of
 // equal priority run in the order they were posted.
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -27,6 +28,9 @@ public:
     bool isCurrentThread() const;
     // Whether a task of that priority waits: long work of lower priority steps aside for it.
     bool hasWaiting(Priority priority) const;
+    // Low tasks wait until then, unless nothing else is left to do by then:
+    // a run of downloads is not broken up by thumbnails, which go on after it.
+    void holdLow(std::chrono::milliseconds duration);
     // Blocks until every task posted so far has run (not on the thread itself).
     void waitIdle();
     // Tests hold the thread between tasks, to line up what it will find.
@@ -40,6 +44,7 @@ private:
     std::condition_variable myWake;
     std::condition_variable myIdle;
     std::deque<std::function<void()>> myTasks[3];
+    std::chrono::steady_clock::time_point myLowHeldUntil;
     bool myBusy = false;
     bool mySuspended = false;
     bool myStopping = false;

@@ -20,6 +20,8 @@ QString binaryDir();
 // orientation tag when orientation is not 1.
 QByteArray makeJpeg(int width, int height, int orientation = 1, int quality = 90);
 bool writeFile(const QString& path, const QByteArray& bytes);
+// The whole file; "(missing)" when it cannot be read.
+QByteArray readFile(const QString& path);
 
 // A named pipe at path; false where the file system has none.
 bool makeFifo(const QString& path);

@@ -35,10 +35,7 @@ OrvFotoExporter::Result OrvFotoExporter::write(const OrvExternalFoto& foto, OrvF
     const std::unique_ptr<OrvFotoRetrieverData> data(retriever ? retriever->retrieve(size) : nullptr);
     OrvMediaFormat format = myOptions.format;
     OrvTargetFolder::Producer produce;
-    if (data && myOptions.full) {
-        // The file as asked; stored bytes are streamed, however large.
-        produce = [&](QIODevice* target) { return data->writeFile(myOptions.format, target); };
-    } else if (data) {
+    if (data && !myOptions.full) {
         const OrvFetchDrawableResult result = data->drawable(size);
         if (!format.isValid()) {
             format = foto.fileFormat();
@@ -61,9 +58,13 @@ OrvFotoExporter::Result OrvFotoExporter::write(const OrvExternalFoto& foto, OrvF
     const QString fileName = uniqueName(foto, fotoName, format.isValid() ? format.suffix() : QString());
     if (name)
         *name = fileName;
-    if (!produce || !myFolder.create(fileName, produce)) {
+    // The file as asked: stored bytes are streamed, however large, or handed over whole.
+    const bool tried = produce || (data && myOptions.full);
+    const bool written = produce ? myFolder.create(fileName, produce)
+                                 : tried && data->saveFile(myOptions.format, &myFolder, fileName);
+    if (!written) {
         myUsed.remove(fileName.toLower());
-        return produce && myFolder.writeFailed() ? WriteFailed : Nothing;
+        return tried && myFolder.writeFailed() ? WriteFailed : Nothing;
     }
     return Written;
 }

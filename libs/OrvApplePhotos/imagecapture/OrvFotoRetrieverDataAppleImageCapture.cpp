@@ -2,6 +2,7 @@
 
 #include "OrvAppleImageCaptureDatabase.h"
 #include "OrvMediaLoader.h"
+#include "OrvTargetFolder.h"
 
 #include <QDebug>
 #include <QFile>
@@ -38,22 +39,39 @@ QByteArray OrvFotoRetrieverDataAppleImageCapture::file(const OrvMediaFormat& for
     return convertThisFileToFormat(format);
 }
 
+OrvMediaFormat OrvFotoRetrieverDataAppleImageCapture::askedFormat(const OrvMediaFormat& format) const
+{
+    return format.isValid() ? format : OrvMediaFormat(QFileInfo(myDatabase->filenameHint(myId, QSize(-1, -1))));
+}
+
 bool OrvFotoRetrieverDataAppleImageCapture::writeFile(const OrvMediaFormat& format, QIODevice* target)
 {
-    // "As stored" is the item's own format.
-    const OrvMediaFormat asked =
-        format.isValid() ? format : OrvMediaFormat(QFileInfo(myDatabase->filenameHint(myId, QSize(-1, -1))));
+    const OrvMediaFormat asked = askedFormat(format);
     if (!target || !isSourceFormat(asked))
         return OrvFotoRetrieverData::writeFile(asked, target);
     const QString path = myDatabase->waitForDownload(myId);
     if (path.isEmpty())
         return false;
-    // Copied as it came, with the same check of the image as every copy of a file.
-    myDescriptor = OrvMediaDescriptor(QFileInfo(path), OrvVideoFrameIndex());
-    const bool written = copyThisFile(target);
-    myDescriptor = OrvMediaDescriptor();
+    const bool written = OrvMediaLoader::isComplete(path) && streamFile(path, target);
     QFile::remove(path);
     return written;
+}
+
+bool OrvFotoRetrieverDataAppleImageCapture::saveFile(const OrvMediaFormat& format, OrvTargetFolder* folder,
+                                                     const QString& name)
+{
+    const OrvMediaFormat asked = askedFormat(format);
+    if (!folder || !isSourceFormat(asked))
+        return OrvFotoRetrieverData::saveFile(asked, folder, name);
+    // Before a download that would be for nothing.
+    if (folder->isTaken(name))
+        return false;
+    const QString path = myDatabase->waitForDownload(myId);
+    if (path.isEmpty())
+        return false;
+    const bool saved = OrvMediaLoader::isComplete(path) && folder->adoptFile(name, path);
+    QFile::remove(path);
+    return saved;
 }
 
 OrvFoto OrvFotoRetrieverDataAppleImageCapture::foto() const

@@ -14,6 +14,7 @@
 #include <QTemporaryDir>
 
 #include <csignal>
+#include <sys/stat.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -248,6 +249,66 @@ TEST_F(UserFileTest, ADescriptorHandedOutIsCommittedWholeOrLeavesNothing)
     QFile kept(target + QStringLiteral("/IMG.JPG"));
     ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
     EXPECT_EQ(kept.readAll(), "photo");
+}
+
+TEST_F(UserFileTest, AnAdoptedFileIsLinkedWhereItCanBeAndCopiedWhereNot)
+{
+    const QString target = path(QStringLiteral("export"));
+    OrvTargetFolder folder(target);
+    ASSERT_TRUE(folder.isOpen());
+    auto inode = [](const QString& file) {
+        struct stat info {};
+        return ::lstat(QFile::encodeName(file).constData(), &info) == 0 ? info.st_ino : ino_t(0);
+    };
+    using OrvTest::readFile;
+    // A download of our own: the same file under a second name, nothing copied; the source stays.
+    const QString download = write(QStringLiteral("IMG_0001-{uuid}.JPG"), "photo one");
+    ASSERT_TRUE(folder.adoptFile(QStringLiteral("IMG_0001.JPG"), download));
+    EXPECT_EQ(inode(target + QStringLiteral("/IMG_0001.JPG")), inode(download));
+    EXPECT_EQ(readFile(download), "photo one");
+
+    // Never over what exists, a dangling link included; never a link, a pipe or a folder as the source.
+    EXPECT_FALSE(folder.adoptFile(QStringLiteral("IMG_0001.JPG"), write(QStringLiteral("other"), "other")));
+    QFile::link(path(QStringLiteral("nowhere")), target + QStringLiteral("/planted.jpg"));
+    EXPECT_FALSE(folder.adoptFile(QStringLiteral("planted.jpg"), download));
+    QFile::link(download, path(QStringLiteral("link.jpg")));
+    ::mkfifo(QFile::encodeName(path(QStringLiteral("pipe.jpg"))).constData(), 0600);
+    for (const QString& source : {QStringLiteral("link.jpg"), QStringLiteral("pipe.jpg"), QStringLiteral("export"), QStringLiteral("missing")})
+        EXPECT_FALSE(folder.adoptFile(QStringLiteral("x.jpg"), path(source))) << source.toStdString();
+    EXPECT_EQ(readFile(target + QStringLiteral("/IMG_0001.JPG")), "photo one");
+
+    // A file with another name somewhere is the user's too: copied, not linked.
+    ASSERT_TRUE(folder.adoptFile(QStringLiteral("twice.jpg"), download));
+    EXPECT_NE(inode(target + QStringLiteral("/twice.jpg")), inode(download));
+    EXPECT_EQ(readFile(target + QStringLiteral("/twice.jpg")), "photo one");
+
+    // From another file system (memory, where there is one): copied whole.
+    QTemporaryDir elsewhere(QStringLiteral("/dev/shm/orv-test-XXXXXX"));
+    if (elsewhere.isValid()) {
+        const QByteArray big(3 * 1024 * 1024 + 17, 'b');
+        OrvTest::writeFile(elsewhere.filePath(QStringLiteral("big.jpg")), big);
+        ASSERT_TRUE(folder.adoptFile(QStringLiteral("big.jpg"), elsewhere.filePath(QStringLiteral("big.jpg"))));
+        EXPECT_EQ(readFile(target + QStringLiteral("/big.jpg")), big);
+
+        // A full disk on the way: a failed write and nothing left behind.
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            std::signal(SIGXFSZ, SIG_IGN);
+            const rlimit limit{4096, 4096};
+            ::setrlimit(RLIMIT_FSIZE, &limit);
+            OrvTargetFolder full(target);
+            const bool adopted = full.adoptFile(QStringLiteral("cut.jpg"), elsewhere.filePath(QStringLiteral("big.jpg")));
+            ::_exit(!adopted && full.writeFailed() ? 0 : 1);
+        }
+        int status = -1;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    QStringList expected{QStringLiteral("IMG_0001.JPG"), QStringLiteral("planted.jpg"), QStringLiteral("twice.jpg")};
+    if (elsewhere.isValid())
+        expected.insert(1, QStringLiteral("big.jpg"));
+    EXPECT_EQ(entries(target), expected);
 }
 
 TEST_F(UserFileTest, ReplacingASettingsFileNeverGoesThroughALink)

@@ -369,3 +369,45 @@ TEST_F(MediaLoaderTest, EveryPathRefusesTheSameDamagedImages)
     EXPECT_FALSE(loader()->isIntact(QStringLiteral("/dev/zero")));
     EXPECT_TRUE(loader()->load(QStringLiteral("/dev/zero"), QSize(256, 256)).isNull());
 }
+
+// The cheap end check against the decoder: both accept every whole file,
+// both refuse every file cut off before its end, whatever the layout.
+TEST_F(MediaLoaderTest, TheEndCheckAgreesWithTheDecoderOnWholeAndCutOffFiles)
+{
+    const QImage picture = QImage::fromData(makeJpeg(640, 480, 6, 85)).convertToFormat(QImage::Format_RGB32);
+    QByteArray progressive;
+    {
+        QBuffer buffer(&progressive);
+        buffer.open(QIODevice::WriteOnly);
+        QImageWriter writer(&buffer, "jpeg");
+        writer.setProgressiveScanWrite(true);
+        writer.setOptimizedWrite(true);
+        ASSERT_TRUE(writer.write(picture));
+    }
+    const QByteArray baseline = makeJpeg(640, 480, 6, 85);
+    // An APP segment full of 0xFF and a made-up end marker, stray bytes and
+    // padding before a marker, a video behind the picture (motion photos).
+    const QByteArray app = QByteArray("\xFF\xE9\x00\x0A", 4) + QByteArray("\xFF\xD9\xFF\xFF\xD9\xFF", 6);
+    QByteArray oddities = baseline;
+    oddities.insert(2, app);
+    oddities.insert(oddities.indexOf("\xFF\xDB"), QByteArray("\x00\x17\xFF\xFF", 4));
+    const QByteArray motion = baseline + QByteArray(50000, '\x00') + "ftypmp42" + QByteArray(1000, '\xFF');
+
+    int files = 0;
+    for (const QByteArray& whole : {baseline, progressive, oddities, motion}) {
+        SCOPED_TRACE(++files);
+        const QString path = write(QStringLiteral("whole.jpg"), whole);
+        EXPECT_TRUE(OrvMediaLoader::isComplete(path));
+        EXPECT_TRUE(loader()->isIntact(path));
+        const qsizetype end = whole.lastIndexOf("\xFF\xD9", files == 4 ? baseline.size() : -1) + 2;
+        const qsizetype step = end / 97 + 1;
+        // From the three bytes that make a file a JPEG on.
+        for (qsizetype cut = 3; cut < end; cut += cut + 3 >= end ? 1 : step) {
+            const QString part = write(QStringLiteral("part.jpg"), whole.left(cut));
+            EXPECT_FALSE(OrvMediaLoader::isComplete(part)) << cut;
+            EXPECT_FALSE(loader()->isIntact(part)) << cut;
+        }
+    }
+    EXPECT_FALSE(OrvMediaLoader::isComplete(QStringLiteral("/dev/zero")));
+    EXPECT_TRUE(OrvMediaLoader::isComplete(write(QStringLiteral("movie.mov"), QByteArray(5000, 'm'))));
+}

@@ -24,6 +24,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <future>
 #include <mutex>
 #include <sys/resource.h>
 #include <thread>
@@ -395,6 +396,22 @@ TEST(GPhoto2TaskThread, DownloadsGoFirstThumbnailsLastInOrderWithinEach)
     thread.resume();
     thread.waitIdle();
     EXPECT_EQ(ran, (QStringList{"download 1", "download 2", "listing", "thumbnail 1", "thumbnail 2"}));
+
+    // Held after a download: the next download, asked for a moment later, still comes first.
+    ran.clear();
+    std::promise<void> firstDone;
+    thread.suspend();
+    thread.post(OrvGPhoto2::TaskThread::Low, task("thumbnail 3"));
+    thread.post(OrvGPhoto2::TaskThread::High, [&] {
+        task("download 3")();
+        thread.holdLow(std::chrono::seconds(1));
+        firstDone.set_value();
+    });
+    thread.resume();
+    firstDone.get_future().wait();
+    thread.post(OrvGPhoto2::TaskThread::High, task("download 4"));
+    thread.waitIdle();
+    EXPECT_EQ(ran, (QStringList{"download 3", "download 4", "thumbnail 3"})) << "and the thumbnails do come";
 }
 
 TEST(GPhoto2TaskThread, StoppingFinishesDownloadsAndDropsTheRest)

@@ -3,12 +3,14 @@
 #include "OrvFotoRegistries.h"
 #include "OrvFotoRetriever.h"
 #include "OrvMediaLoader.h"
+#include "OrvTargetFolder.h"
 #include "TestSupport.h"
 
 #include <QBuffer>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <QThread>
 
 #include <atomic>
@@ -69,7 +71,7 @@ TEST_F(ImageCaptureDownloads, AFileArrivesUnchangedOnAWorkerAndOnTheMainThread)
 TEST_F(ImageCaptureDownloads, TheRetrieverGivesTheStoredBytesAndRefusesAFormatTheLoaderCouldWrite)
 {
     const QByteArray bytes = jpeg(200, 100);
-    cameraWith(bytes);
+    const auto camera = cameraWith(bytes);
     const std::unique_ptr<OrvFotoRetrieverInterface> retriever(database->createRetrieverInterface(id));
     const std::unique_ptr<OrvFotoRetrieverData> data(retriever->retrieve(QSize(-1, -1)));
     EXPECT_EQ(data->file(OrvMediaFormat(OrvMediaFormat::Jpeg)), bytes);
@@ -83,6 +85,15 @@ TEST_F(ImageCaptureDownloads, TheRetrieverGivesTheStoredBytesAndRefusesAFormatTh
     EXPECT_TRUE(data->writeFile(OrvMediaFormat(), &target));
     EXPECT_EQ(written, bytes);
     EXPECT_EQ(data->foto(), OrvFoto(OrvFotoKeyExternalService(database.get(), id)));
+    // Saved into a folder, the download itself becomes the file; a taken name costs no download.
+    QTemporaryDir out;
+    OrvTargetFolder folder(out.path());
+    const int asked = camera->downloadRequests();
+    ASSERT_TRUE(data->saveFile(OrvMediaFormat(), &folder, QStringLiteral("IMG.JPG")));
+    EXPECT_EQ(OrvTest::readFile(out.filePath(QStringLiteral("IMG.JPG"))), bytes);
+    EXPECT_FALSE(data->saveFile(OrvMediaFormat(OrvMediaFormat::Jpeg), &folder, QStringLiteral("IMG.JPG")));
+    EXPECT_EQ(camera->downloadRequests(), asked + 1);
+    EXPECT_TRUE(downloadedFiles().isEmpty());
 }
 
 TEST_F(ImageCaptureDownloads, ACutOffPhotoIsNeverWrittenAsDone)
@@ -96,6 +107,11 @@ TEST_F(ImageCaptureDownloads, ACutOffPhotoIsNeverWrittenAsDone)
     target.open(QIODevice::WriteOnly);
     EXPECT_FALSE(data->writeFile(OrvMediaFormat(), &target));
     EXPECT_FALSE(data->drawable(QSize(-1, -1)).isValid());
+    QTemporaryDir out;
+    OrvTargetFolder folder(out.path());
+    EXPECT_FALSE(data->saveFile(OrvMediaFormat(), &folder, QStringLiteral("IMG.JPG")));
+    EXPECT_TRUE(QDir(out.path()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
+    EXPECT_TRUE(downloadedFiles().isEmpty());
 }
 
 TEST_F(ImageCaptureDownloads, ALateCompletionStillArrivesWithinTheLimit)
