@@ -28,7 +28,6 @@ constexpr int thumbnailBatch = 16;
 // Real storages are not deeper; a deeper tree (or a loop) is not walked further.
 constexpr int maxFolderDepth = 32;
 // A device that another program holds is asked again after these pauses.
-constexpr int busyRetryMs[] = {500, 1000, 2000};
 // Thumbnails wait this long after a download for the next one to be asked for.
 constexpr std::chrono::milliseconds quietAfterDownload(100);
 
@@ -113,22 +112,22 @@ void Device::openCamera(int session)
             closeCamera();
         }
     }
-    for (int attempt = 0; myCamera && !myCancel.stopping; ++attempt) {
-        {
-            const auto modules = lockModules();
-            const LibraryAllocations drivers;
-            result = gp_camera_init(myCamera, myContext);
-        }
-        if (classify(result) != Failure::Busy || attempt >= int(std::size(busyRetryMs)))
-            break;
-        for (int waited = 0; waited < busyRetryMs[attempt] && !myCancel.stopping; waited += 50)
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    if (myCamera && !myCancel.stopping) {
+        result = retryWhileBusy(
+            [this] {
+                const auto modules = lockModules();
+                const LibraryAllocations drivers;
+                return gp_camera_init(myCamera, myContext);
+            },
+            myCancel.stopping,
+            [this](int ms) {
+                for (int waited = 0; waited < ms && !myCancel.stopping; waited += 50)
+                    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            });
     }
     if (result < GP_OK) {
         if (classify(result) == Failure::Busy)
-            qWarning().noquote() << QStringLiteral("Image Capture: %1 on %2 is in use by another program; a desktop's file "
-                                                   "manager may hold it (release it with: gio mount -s gphoto2)")
-                                        .arg(myModel, myPort);
+            qWarning().noquote() << busyWarning(myModel, myPort);
         else if (myCamera)
             qDebug() << "Image Capture: cannot open" << myModel << myPort << describe(result);
         closeCamera();

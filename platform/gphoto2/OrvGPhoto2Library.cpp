@@ -151,6 +151,25 @@ Failure classify(int result)
     }
 }
 
+int retryWhileBusy(const std::function<int()>& call, const std::atomic<bool>& stopping, const std::function<void(int)>& wait)
+{
+    for (size_t attempt = 0;; ++attempt) {
+        const int result = call();
+        if (classify(result) != Failure::Busy || attempt >= std::size(busyRetryMs) || stopping)
+            return result;
+        wait(busyRetryMs[attempt]);
+        if (stopping)
+            return result;
+    }
+}
+
+QString busyWarning(const QString& model, const QString& port)
+{
+    return QStringLiteral("Image Capture: %1 on %2 is in use by another program; a desktop's file manager may hold it "
+                          "(release it with: gio mount -s gphoto2)")
+        .arg(model, port);
+}
+
 QString describe(int result) { return QString::fromUtf8(gp_result_as_string(result)); }
 
 OrvImageCapture::Error toError(int result)

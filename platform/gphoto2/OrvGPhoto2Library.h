@@ -11,6 +11,7 @@
 #include <QString>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -45,6 +46,16 @@ Failure classify(int result);
 // The error a delegate hears for a result of libgphoto2.
 OrvImageCapture::Error toError(int result);
 QString describe(int result);
+
+// A camera that another program holds (the desktop's file manager, through
+// gvfs) is asked again after each of these waits.
+inline constexpr int busyRetryMs[] = {500, 1000, 2000};
+// Calls call again while it answers "busy" and stopping is not set, waiting
+// busyRetryMs in between through wait (which may return early when stopping);
+// the last answer.
+int retryWhileBusy(const std::function<int()>& call, const std::atomic<bool>& stopping, const std::function<void(int)>& wait);
+// The warning for a camera still busy after the last try: it says how to release it.
+QString busyWarning(const QString& model, const QString& port);
 
 // What a camera's context asks before each step of a transfer: whether the
 // session stops, or the request at hand was cancelled. request is set and read

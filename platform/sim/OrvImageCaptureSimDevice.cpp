@@ -2,6 +2,7 @@
 
 #include "OrvImageCaptureHub.h"
 #include "OrvImageCaptureItem.h"
+#include "OrvImageIO.h"
 #include "OrvMediaLoader.h"
 #include "OrvTargetFolder.h"
 #include "OrvUniformType.h"
@@ -228,6 +229,28 @@ void Device::catalogueComplete(int session)
         deliverThumbnails(session, myFiles, 0, true);
 }
 
+namespace {
+
+// What a device makes of its own photo: at most edge on its longer side, upright.
+// JPEGs decode scaled with the loader's pixel bound; what the loader cannot
+// read (a phone's HEIC) goes through the platform's image I/O where there is one.
+QImage deviceThumbnail(const QString& path, int edge)
+{
+    QImage image = OrvSingleton<OrvMediaLoader>::instance()->load(path, QSize(edge, edge));
+    const OrvImageIO::ImageIOPtr imageIO = image.isNull() ? OrvImageIO::sharedImageIO() : nullptr;
+    if (!imageIO)
+        return image;
+    OrvImageIO::SourceOptions options;
+    options.shouldCache = false;
+    options.createThumbnailWithTransform = true;
+    options.createThumbnailFromImageAlways = true;
+    options.thumbnailMaxPixelSize = edge;
+    const OrvImageIO::ImageSourcePtr source = imageIO->createImageSourceWithURL(path, options);
+    return source ? source->createThumbnailAtIndex(0, options) : QImage();
+}
+
+} // namespace
+
 void Device::deliverThumbnails(int session, QList<std::shared_ptr<const ListedFile>> files, int from, bool thenNext)
 {
     if (!isCurrent(session) || from >= files.size())
@@ -252,8 +275,7 @@ void Device::deliverThumbnails(int session, QList<std::shared_ptr<const ListedFi
             if (!device->myPlugged || file->location().isEmpty())
                 continue;
             ++device->myThumbnailReads;
-            // Scaled decoding with the loader's pixel bound: a device's thumbnail is small.
-            const QImage image = OrvSingleton<OrvMediaLoader>::instance()->load(file->location(), QSize(edge, edge));
+            const QImage image = deviceThumbnail(file->location(), edge);
             if (image.isNull())
                 continue;
             file->setThumbnail(image);

@@ -445,3 +445,31 @@ TEST(GPhoto2Errors, BusyTimeoutAndGoneAreToldApart)
     EXPECT_EQ(OrvGPhoto2::toError(-10).code, ErrorTimeout);
     EXPECT_FALSE(OrvGPhoto2::toError(-7).description.isEmpty());
 }
+
+TEST(GPhoto2Errors, ABusyCameraIsAskedAgainThreeTimesThenNamedWithHowToReleaseIt)
+{
+    std::atomic<bool> stopping{false};
+    QList<int> waits;
+    auto answering = [](QList<int> answers) {
+        return [answers]() mutable { return answers.size() > 1 ? answers.takeFirst() : answers.first(); };
+    };
+    auto wait = [&](int ms) { waits.append(ms); };
+    // Released while waiting: the next try opens it.
+    EXPECT_EQ(OrvGPhoto2::retryWhileBusy(answering({-53, -60, 0}), stopping, wait), 0);
+    EXPECT_EQ(waits, (QList<int>{500, 1000}));
+    // Held throughout: four tries, 3.5 s of waiting, then busy.
+    waits.clear();
+    EXPECT_EQ(OrvGPhoto2::retryWhileBusy(answering({-53}), stopping, wait), -53);
+    EXPECT_EQ(waits, (QList<int>{500, 1000, 2000}));
+    // Other failures are not tried again; nor is anything once the camera goes away.
+    waits.clear();
+    EXPECT_EQ(OrvGPhoto2::retryWhileBusy(answering({-7, 0}), stopping, wait), -7);
+    EXPECT_EQ(OrvGPhoto2::retryWhileBusy(answering({-53, 0}), stopping, [&](int ms) {
+        waits.append(ms);
+        stopping = true;
+    }), -53);
+    EXPECT_EQ(waits, QList<int>{500});
+    const QString warning = OrvGPhoto2::busyWarning(QStringLiteral("Canon EOS R6"), QStringLiteral("usb:001,007"));
+    EXPECT_TRUE(warning.contains(QStringLiteral("Canon EOS R6 on usb:001,007 is in use by another program")));
+    EXPECT_TRUE(warning.contains(QStringLiteral("gio mount -s gphoto2")));
+}

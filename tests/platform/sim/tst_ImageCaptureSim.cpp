@@ -7,6 +7,7 @@
 #include "OrvUniformType.h"
 #include "sim/OrvImageCaptureSim.h"
 
+#include "OrvImageIOQt.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
@@ -174,6 +175,20 @@ TEST_F(ImageCaptureSimTest, ThumbnailsWithTheItemsArriveBeforeTheCatalogue)
     ASSERT_TRUE(heardAll(QStringLiteral("catalogue")));
     ASSERT_TRUE(OrvTest::waitFor([&] { return recorder->heard.filter(QStringLiteral("thumbnail")).size() == 3; }));
     EXPECT_LT(recorder->heard.indexOf(QStringLiteral("thumbnail IMG_0.JPG")), recorder->heard.indexOf(QStringLiteral("catalogue")));
+}
+
+TEST_F(ImageCaptureSimTest, APhonesHeicGetsItsThumbnailThroughTheImageIO)
+{
+    OrvImageIOQt::install();
+    const auto device = camera(QStringLiteral("phone"), 0);
+    QDir().mkpath(storage.filePath(QStringLiteral("phone/DCIM")));
+    ASSERT_TRUE(QFile::copy(OrvTest::sourceDir() + QStringLiteral("/samples/photos/images/IMG_0001.heic"),
+                            storage.filePath(QStringLiteral("phone/DCIM/IMG_0001.HEIC"))));
+    const DeviceBrowserPtr all = browser();
+    OrvImageCaptureSim::plug(device);
+    ASSERT_TRUE(heardAll(QStringLiteral("thumbnail IMG_0001.HEIC")));
+    const QImage thumbnail = recorder->items.last()->thumbnailIfAvailable();
+    EXPECT_EQ(qMax(thumbnail.width(), thumbnail.height()), DeviceSpec().thumbnailEdge);
 }
 
 TEST_F(ImageCaptureSimTest, DownloadsCompleteFailWaitOrEndWithTheDevice)
