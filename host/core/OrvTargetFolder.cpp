@@ -104,7 +104,7 @@ bool OrvTargetFolder::create(const QString& name, const QByteArray& bytes)
     return create(name, [&bytes](QIODevice* device) { return device->write(bytes) == bytes.size(); });
 }
 
-bool OrvTargetFolder::create(const QString& name, const Producer& produce)
+bool OrvTargetFolder::isFree(const QString& name)
 {
     myWriteFailed = false;
     if (myFd < 0)
@@ -113,6 +113,13 @@ bool OrvTargetFolder::create(const QString& name, const Producer& produce)
         myError = QStringLiteral("%1 exists").arg(name);
         return false;
     }
+    return true;
+}
+
+bool OrvTargetFolder::create(const QString& name, const Producer& produce)
+{
+    if (!isFree(name))
+        return false;
     QByteArray temporaryName;
     return writeTemporary(produce, &temporaryName) && commitTemporary(temporaryName, name);
 }
@@ -164,13 +171,8 @@ bool OrvTargetFolder::writeTemporary(const Producer& produce, QByteArray* tempor
 
 bool OrvTargetFolder::adoptFile(const QString& name, const QString& sourcePath)
 {
-    myWriteFailed = false;
-    if (myFd < 0)
+    if (!isFree(name))
         return false;
-    if (!isValidName(name) || isTaken(name)) {
-        myError = QStringLiteral("%1 exists").arg(name);
-        return false;
-    }
     const int in = ::open(QFile::encodeName(sourcePath).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     struct stat info {};
     if (in < 0 || ::fstat(in, &info) != 0 || !S_ISREG(info.st_mode)) {

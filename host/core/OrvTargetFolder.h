@@ -65,6 +65,8 @@ public:
     qint64 temporarySize(const QByteArray& temporaryName) const;
 
 private:
+    // Before a new file: the folder is open and name can be created (else myError says why).
+    bool isFree(const QString& name);
     // The produced bytes in a new temporary file; false (and nothing left) when writing fails.
     bool writeTemporary(const Producer& produce, QByteArray* temporaryName, bool unnamed = true);
     // A new temporary file; without a name when unnamed and the file system can link such files.

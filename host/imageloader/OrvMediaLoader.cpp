@@ -249,18 +249,27 @@ bool pngReachesEnd(OrvUserFile* file, const QString& path)
     return false;
 }
 
-bool isPng(const char* head, qint64 size) { return size == 8 && QByteArray(head, 8) == QByteArray("\x89PNG\r\n\x1a\n", 8); }
+enum class Kind { Unreadable, Jpeg, Png, Other };
+
+// What the file is, from its first bytes.
+Kind sniff(OrvUserFile* file)
+{
+    if (!file->open())
+        return Kind::Unreadable;
+    char head[8] = {};
+    const qint64 got = file->readAt(0, head, sizeof head);
+    if (OrvJpegDecoder::isJpeg(head, got))
+        return Kind::Jpeg;
+    return got == 8 && QByteArray(head, 8) == QByteArray("\x89PNG\r\n\x1a\n", 8) ? Kind::Png : Kind::Other;
+}
 
 } // namespace
 
 bool OrvMediaLoader::isIntact(const QString& path) const
 {
     OrvUserFile file(path, OrvUserFile::Media);
-    if (!file.open())
-        return false;
-    char head[8] = {};
-    const qint64 got = file.readAt(0, head, sizeof head);
-    if (OrvJpegDecoder::isJpeg(head, got)) {
+    const Kind kind = sniff(&file);
+    if (kind == Kind::Jpeg) {
         OrvJpegDecoder decoder(&file);
         if (decoder.readHeader()) {
             const QSize stored = decoder.storedSize();
@@ -270,23 +279,20 @@ bool OrvMediaLoader::isIntact(const QString& path) const
         qDebug() << "OrvMediaLoader: damaged JPEG" << path << decoder.errorString();
         return false;
     }
-    return isPng(head, got) ? pngReachesEnd(&file, path) : true;
+    return kind == Kind::Png ? pngReachesEnd(&file, path) : kind == Kind::Other;
 }
 
 bool OrvMediaLoader::isComplete(const QString& path)
 {
     OrvUserFile file(path, OrvUserFile::Media);
-    if (!file.open())
-        return false;
-    char head[8] = {};
-    const qint64 got = file.readAt(0, head, sizeof head);
-    if (OrvJpegDecoder::isJpeg(head, got)) {
+    const Kind kind = sniff(&file);
+    if (kind == Kind::Jpeg) {
         if (OrvJpegDecoder::reachesEnd(&file))
             return true;
         qDebug() << "OrvMediaLoader: JPEG without its end" << path;
         return false;
     }
-    return isPng(head, got) ? pngReachesEnd(&file, path) : true;
+    return kind == Kind::Png ? pngReachesEnd(&file, path) : kind == Kind::Other;
 }
 
 QSize OrvMediaLoader::imageSize(const QString& path) const

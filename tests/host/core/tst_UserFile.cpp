@@ -14,6 +14,7 @@
 #include <QTemporaryDir>
 
 #include <csignal>
+#include <functional>
 #include <sys/stat.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -32,6 +33,24 @@ protected:
     }
     QTemporaryDir myDir;
 };
+
+// Whether write, run in a child under a file size limit (writes fail as on a
+// full disk, and the limit stays in the child), fails as a failed write.
+bool failsOnAFullDisk(const std::function<bool(OrvTargetFolder&)>& write, const QString& target)
+{
+    const pid_t child = ::fork();
+    if (child < 0)
+        return false;
+    if (child == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{4096, 4096};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        OrvTargetFolder full(target);
+        ::_exit(!write(full) && full.writeFailed() ? 0 : 1);
+    }
+    int status = -1;
+    return ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
 
 bool makeSparse(const QString& path, qint64 size)
 {
@@ -198,21 +217,8 @@ TEST_F(UserFileTest, FailedWritesLeaveNothingBehind)
     EXPECT_FALSE(folder.writeFailed());
     EXPECT_TRUE(entries(target).isEmpty());
 
-    // A disk that fills up: a file size limit makes writes fail as ENOSPC does.
-    // In a child, so that the limit stays there.
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit{4096, 4096};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-        OrvTargetFolder full(target);
-        const bool created = full.create(QStringLiteral("big.jpg"), QByteArray(64 * 1024, 'x'));
-        ::_exit(!created && full.writeFailed() ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_TRUE(failsOnAFullDisk(
+        [](OrvTargetFolder& full) { return full.create(QStringLiteral("big.jpg"), QByteArray(64 * 1024, 'x')); }, target));
     EXPECT_TRUE(entries(target).isEmpty()) << entries(target).join(QLatin1Char(' ')).toStdString();
 }
 
@@ -291,19 +297,11 @@ TEST_F(UserFileTest, AnAdoptedFileIsLinkedWhereItCanBeAndCopiedWhereNot)
         EXPECT_EQ(readFile(target + QStringLiteral("/big.jpg")), big);
 
         // A full disk on the way: a failed write and nothing left behind.
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            std::signal(SIGXFSZ, SIG_IGN);
-            const rlimit limit{4096, 4096};
-            ::setrlimit(RLIMIT_FSIZE, &limit);
-            OrvTargetFolder full(target);
-            const bool adopted = full.adoptFile(QStringLiteral("cut.jpg"), elsewhere.filePath(QStringLiteral("big.jpg")));
-            ::_exit(!adopted && full.writeFailed() ? 0 : 1);
-        }
-        int status = -1;
-        ASSERT_EQ(::waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+        EXPECT_TRUE(failsOnAFullDisk(
+            [&](OrvTargetFolder& full) {
+                return full.adoptFile(QStringLiteral("cut.jpg"), elsewhere.filePath(QStringLiteral("big.jpg")));
+            },
+            target));
     }
     QStringList expected{QStringLiteral("IMG_0001.JPG"), QStringLiteral("planted.jpg"), QStringLiteral("twice.jpg")};
     if (elsewhere.isValid())

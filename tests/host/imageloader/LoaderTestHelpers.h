@@ -9,7 +9,7 @@
 
 namespace OrvTest {
 
-inline QByteArray encodeImage(const QImage& image, const char* format, int quality = -1)
+inline QByteArray encodeImage(const QImage& image, const char* format, int quality = -1, bool progressive = false)
 {
     QByteArray bytes;
     QBuffer buffer(&bytes);
@@ -17,6 +17,7 @@ inline QByteArray encodeImage(const QImage& image, const char* format, int quali
     QImageWriter writer(&buffer, format);
     if (quality >= 0)
         writer.setQuality(quality);
+    writer.setProgressiveScanWrite(progressive);
     return writer.write(image) ? bytes : QByteArray();
 }
 

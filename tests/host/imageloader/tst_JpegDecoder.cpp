@@ -35,17 +35,6 @@ QImage randomImage(QRandomGenerator& random, bool gray)
     return gray ? image.convertToFormat(QImage::Format_Grayscale8) : image;
 }
 
-QByteArray encode(const QImage& image, int quality, bool progressive)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    QImageWriter writer(&buffer, "jpeg");
-    writer.setQuality(quality);
-    writer.setProgressiveScanWrite(progressive);
-    return writer.write(image) ? bytes : QByteArray();
-}
-
 QImage viaQt(const QByteArray& bytes, const QSize& scaled = QSize())
 {
     QBuffer buffer;
@@ -89,7 +78,7 @@ TEST(JpegDecoder, FullSizeEqualsQtsReaderAndScaledStaysClose)
         const bool gray = round % 5 == 0;
         const bool progressive = round % 3 == 0;
         const QImage image = randomImage(random, gray);
-        const QByteArray bytes = encode(image, 30 + int(random.bounded(70)), progressive);
+        const QByteArray bytes = encodeImage(image, "jpeg", 30 + int(random.bounded(70)), progressive);
         ASSERT_FALSE(bytes.isEmpty());
         SCOPED_TRACE(testing::Message() << "round " << round << " " << image.width() << "x" << image.height()
                                         << (gray ? " gray" : "") << (progressive ? " progressive" : ""));

@@ -375,15 +375,7 @@ TEST_F(MediaLoaderTest, EveryPathRefusesTheSameDamagedImages)
 TEST_F(MediaLoaderTest, TheEndCheckAgreesWithTheDecoderOnWholeAndCutOffFiles)
 {
     const QImage picture = QImage::fromData(makeJpeg(640, 480, 6, 85)).convertToFormat(QImage::Format_RGB32);
-    QByteArray progressive;
-    {
-        QBuffer buffer(&progressive);
-        buffer.open(QIODevice::WriteOnly);
-        QImageWriter writer(&buffer, "jpeg");
-        writer.setProgressiveScanWrite(true);
-        writer.setOptimizedWrite(true);
-        ASSERT_TRUE(writer.write(picture));
-    }
+    const QByteArray progressive = encodeImage(picture, "jpeg", 85, true);
     const QByteArray baseline = makeJpeg(640, 480, 6, 85);
     // An APP segment full of 0xFF and a made-up end marker, stray bytes and
     // padding before a marker, a video behind the picture (motion photos).
