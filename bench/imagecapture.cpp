@@ -8,6 +8,9 @@
 //   bench_imagecapture download DIR        every file's bytes through the retrievers (into memory)
 //   bench_imagecapture export DIR OUT      every file through the retrievers into OUT (as export saves them)
 //   bench_imagecapture thumbnails DIR      until the first 100 items (in the album's order) have thumbnails
+//   ... --cold                             drops the page cache once the catalogue is complete (root
+//                                          only), so the files come from the disk, as from a card in a
+//                                          running application, while the program itself stays loaded
 
 #include "OrvAppleImageCaptureDatabase.h"
 #include "OrvFotoCacheManager.h"
@@ -33,6 +36,7 @@
 #include <functional>
 #include <memory>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -150,6 +154,14 @@ int main(int argc, char** argv)
     runUntil([&] { return database.findAlbum(album).isValid() && !database.isStillGatheringFotos(); });
     const OrvExternalFotoList fotos = database.getExternalDataPoolConst().fotosInAlbum(album);
     std::fprintf(stderr, "%lld fotos listed in %lld ms\n", (long long)fotos.size(), (long long)clock.elapsed());
+    if (arguments.contains(QLatin1String("--cold"))) {
+        ::sync();
+        QFile drop(QStringLiteral("/proc/sys/vm/drop_caches"));
+        if (!drop.open(QIODevice::WriteOnly) || drop.write("3\n") != 2) {
+            std::fprintf(stderr, "cannot drop the page cache (root only)\n");
+            return 1;
+        }
+    }
     if (mode == QLatin1String("list"))
         return fotos.isEmpty() ? 1 : 0;
 
