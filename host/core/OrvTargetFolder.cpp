@@ -197,13 +197,13 @@ bool OrvTargetFolder::adoptFile(const QString& name, const QString& sourcePath)
     if (!linked) {
         // Another file system, one without links, or a file with other names: a copy.
         QByteArray temporaryName;
-        ok = copyToTemporary(in, &temporaryName) && commitTemporary(temporaryName, name);
+        ok = copyToTemporary(in, qint64(info.st_size), &temporaryName) && commitTemporary(temporaryName, name);
     }
     ::close(in);
     return ok;
 }
 
-bool OrvTargetFolder::copyToTemporary(int in, QByteArray* temporaryName)
+bool OrvTargetFolder::copyToTemporary(int in, qint64 size, QByteArray* temporaryName)
 {
     const int out = createTemporary(temporaryName);
     if (out < 0)
@@ -213,15 +213,16 @@ bool OrvTargetFolder::copyToTemporary(int in, QByteArray* temporaryName)
     // From the start, wherever a descriptor sharing in's position left it.
     loff_t from = 0;
     off_t at = 0;
-    for (;;) {
-        ssize_t copied = kernelCopy ? ::copy_file_range(in, &from, out, nullptr, 1 << 30, 0) : -1;
+    while (from < size) {
+        const size_t chunk = size_t(qMin<qint64>(size - from, 1 << 30));
+        ssize_t copied = kernelCopy ? ::copy_file_range(in, &from, out, nullptr, chunk, 0) : -1;
         if (copied < 0 && kernelCopy && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
             kernelCopy = false;
             continue;
         }
         if (!kernelCopy) {
             at = off_t(from);
-            copied = ::sendfile(out, in, &at, 1 << 30);
+            copied = ::sendfile(out, in, &at, chunk);
             from = loff_t(at);
         }
         if (copied < 0 && errno == EINTR)
@@ -230,8 +231,11 @@ bool OrvTargetFolder::copyToTemporary(int in, QByteArray* temporaryName)
             failure = errno;
             break;
         }
-        if (copied == 0)
+        if (copied == 0) {
+            // Shorter than it was: not the whole file.
+            failure = ENODATA;
             break;
+        }
     }
     if (::close(out) != 0 && !failure)
         failure = errno;
@@ -302,7 +306,7 @@ bool OrvTargetFolder::commitTemporary(const QByteArray& temporaryName, const QSt
             myError = systemError(errno);
             myUnnamedRefused = true;
             QByteArray named;
-            ok = copyToTemporary(kept, &named) && commitTemporary(named, name);
+            ok = copyToTemporary(kept, temporarySize(temporaryName), &named) && commitTemporary(named, name);
         }
         discardTemporary(temporaryName);
         return ok;

@@ -71,8 +71,10 @@ private:
     bool writeTemporary(const Producer& produce, QByteArray* temporaryName, bool unnamed = true);
     // A new temporary file; without a name when unnamed and the file system can link such files.
     int openTemporary(QByteArray* temporaryName, bool unnamed);
-    // Copies the open file in into a new temporary file; false (and nothing left) when that fails.
-    bool copyToTemporary(int in, QByteArray* temporaryName);
+    // Copies the first size bytes of the open file in (from its start) into a new
+    // temporary file; a file that grows meanwhile is not followed. False (and
+    // nothing left) when that fails.
+    bool copyToTemporary(int in, qint64 size, QByteArray* temporaryName);
 
     // Temporary files without a name: each kept open here until it is linked or dropped.
     QHash<QByteArray, int> myUnnamed;
