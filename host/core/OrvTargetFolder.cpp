@@ -184,9 +184,8 @@ bool OrvTargetFolder::adoptFile(const QString& name, const QString& sourcePath)
     bool ok = false;
     bool linked = false;
     if (info.st_nlink == 1) {
-        // The very file opened, whatever its path names by now; never over what exists.
-        const QByteArray self = "/proc/self/fd/" + QByteArray::number(in);
-        linked = ::linkat(AT_FDCWD, self.constData(), myFd, QFile::encodeName(name).constData(), AT_SYMLINK_FOLLOW) == 0;
+        // The very file opened, whatever its path names by now.
+        linked = linkDescriptor(in, QFile::encodeName(name));
         if (!linked && errno == EEXIST) {
             myError = QStringLiteral("%1 exists").arg(name);
             ::close(in);
@@ -248,6 +247,13 @@ bool OrvTargetFolder::copyToTemporary(int in, qint64 size, QByteArray* temporary
     return true;
 }
 
+bool OrvTargetFolder::linkDescriptor(int fd, const QByteArray& finalName) const
+{
+    // Through /proc: linking a descriptor directly needs a privilege. A link never replaces what exists.
+    const QByteArray self = "/proc/self/fd/" + QByteArray::number(fd);
+    return ::linkat(AT_FDCWD, self.constData(), myFd, finalName.constData(), AT_SYMLINK_FOLLOW) == 0;
+}
+
 int OrvTargetFolder::createTemporary(QByteArray* temporaryName) { return openTemporary(temporaryName, true); }
 
 int OrvTargetFolder::openTemporary(QByteArray* temporaryName, bool unnamed)
@@ -297,8 +303,7 @@ bool OrvTargetFolder::commitTemporary(const QByteArray& temporaryName, const QSt
     const auto unnamed = myUnnamed.constFind(temporaryName);
     if (unnamed != myUnnamed.cend()) {
         const int kept = *unnamed;
-        const QByteArray self = "/proc/self/fd/" + QByteArray::number(kept);
-        bool ok = ::linkat(AT_FDCWD, self.constData(), myFd, finalName.constData(), AT_SYMLINK_FOLLOW) == 0;
+        bool ok = linkDescriptor(kept, finalName);
         if (!ok && errno == EEXIST) {
             myError = QStringLiteral("%1 exists").arg(name);
         } else if (!ok) {

@@ -69,6 +69,8 @@ private:
     bool isFree(const QString& name);
     // The produced bytes in a new temporary file; false (and nothing left) when writing fails.
     bool writeTemporary(const Producer& produce, QByteArray* temporaryName, bool unnamed = true);
+    // Links the open file fd into the folder as finalName; false (errno set) when that fails.
+    bool linkDescriptor(int fd, const QByteArray& finalName) const;
     // A new temporary file; without a name when unnamed and the file system can link such files.
     int openTemporary(QByteArray* temporaryName, bool unnamed);
     // Copies the first size bytes of the open file in (from its start) into a new

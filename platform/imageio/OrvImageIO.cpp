@@ -22,4 +22,16 @@ void setImageIOProvider(ImageIOProvider newProvider) { backend().set(std::move(n
 
 ImageIOPtr sharedImageIO() { return backend().get(); }
 
+QImage uprightThumbnail(const QString& path, int maxPixelSize)
+{
+    const ImageIOPtr imageIO = sharedImageIO();
+    SourceOptions options;
+    options.shouldCache = false;
+    options.createThumbnailWithTransform = true;
+    options.createThumbnailFromImageAlways = true;
+    options.thumbnailMaxPixelSize = maxPixelSize;
+    const ImageSourcePtr source = imageIO ? imageIO->createImageSourceWithURL(path, options) : nullptr;
+    return source ? source->createThumbnailAtIndex(0, options) : QImage();
+}
+
 } // namespace OrvImageIO

@@ -101,6 +101,12 @@ using ImageIOPtr = std::shared_ptr<ImageIO>;
 // The installed backend; null (and one debug line) while none is installed.
 ImageIOPtr sharedImageIO();
 
+// The image at path through the installed backend, upright and at most
+// maxPixelSize on its longer side (0: full size), made from the image itself
+// (CGImageSourceCreateThumbnailAtIndex with transform, from the image always,
+// not cached); null without a backend or an image.
+QImage uprightThumbnail(const QString& path, int maxPixelSize);
+
 using ImageIOProvider = std::function<ImageIOPtr()>;
 void setImageIOProvider(ImageIOProvider provider);
 

@@ -236,17 +236,8 @@ namespace {
 // read (a phone's HEIC) goes through the platform's image I/O where there is one.
 QImage deviceThumbnail(const QString& path, int edge)
 {
-    QImage image = OrvSingleton<OrvMediaLoader>::instance()->load(path, QSize(edge, edge));
-    const OrvImageIO::ImageIOPtr imageIO = image.isNull() ? OrvImageIO::sharedImageIO() : nullptr;
-    if (!imageIO)
-        return image;
-    OrvImageIO::SourceOptions options;
-    options.shouldCache = false;
-    options.createThumbnailWithTransform = true;
-    options.createThumbnailFromImageAlways = true;
-    options.thumbnailMaxPixelSize = edge;
-    const OrvImageIO::ImageSourcePtr source = imageIO->createImageSourceWithURL(path, options);
-    return source ? source->createThumbnailAtIndex(0, options) : QImage();
+    const QImage image = OrvSingleton<OrvMediaLoader>::instance()->load(path, QSize(edge, edge));
+    return image.isNull() ? OrvImageIO::uprightThumbnail(path, edge) : image;
 }
 
 } // namespace

@@ -65,14 +65,7 @@ QVariantMap failure(int requestId, const QString& reason, bool inCloud = false)
 // exactly of size where one is given (the bound may round a side up by a pixel).
 QImage render(const QString& path, int maxPixelSize, const QSize& size = QSize())
 {
-    const OrvImageIO::ImageIOPtr imageIO = OrvImageIO::sharedImageIO();
-    OrvImageIO::SourceOptions options;
-    options.shouldCache = false;
-    options.createThumbnailWithTransform = true;
-    options.createThumbnailFromImageAlways = true;
-    options.thumbnailMaxPixelSize = maxPixelSize;
-    const OrvImageIO::ImageSourcePtr source = imageIO ? imageIO->createImageSourceWithURL(path, options) : nullptr;
-    const QImage image = source ? source->createThumbnailAtIndex(0, options) : QImage();
+    const QImage image = OrvImageIO::uprightThumbnail(path, maxPixelSize);
     if (image.isNull() || !size.isValid() || image.size() == size || maxPixelSize == 0)
         return image;
     return image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);

@@ -49,12 +49,7 @@ bool OrvFotoRetrieverDataAppleImageCapture::writeFile(const OrvMediaFormat& form
     const OrvMediaFormat asked = askedFormat(format);
     if (!target || !isSourceFormat(asked))
         return OrvFotoRetrieverData::writeFile(asked, target);
-    const QString path = myDatabase->waitForDownload(myId);
-    if (path.isEmpty())
-        return false;
-    const bool written = OrvMediaLoader::isComplete(path) && streamFile(path, target);
-    QFile::remove(path);
-    return written;
+    return withWholeDownload([target](const QString& path) { return streamFile(path, target); });
 }
 
 bool OrvFotoRetrieverDataAppleImageCapture::saveFile(const OrvMediaFormat& format, OrvTargetFolder* folder,
@@ -66,12 +61,17 @@ bool OrvFotoRetrieverDataAppleImageCapture::saveFile(const OrvMediaFormat& forma
     // Before a download that would be for nothing.
     if (folder->isTaken(name))
         return false;
+    return withWholeDownload([folder, &name](const QString& path) { return folder->adoptFile(name, path); });
+}
+
+bool OrvFotoRetrieverDataAppleImageCapture::withWholeDownload(const std::function<bool(const QString&)>& use) const
+{
     const QString path = myDatabase->waitForDownload(myId);
     if (path.isEmpty())
         return false;
-    const bool saved = OrvMediaLoader::isComplete(path) && folder->adoptFile(name, path);
+    const bool used = OrvMediaLoader::isComplete(path) && use(path);
     QFile::remove(path);
-    return saved;
+    return used;
 }
 
 OrvFoto OrvFotoRetrieverDataAppleImageCapture::foto() const

@@ -3,6 +3,8 @@
 #include "OrvExternalId.h"
 #include "OrvFotoRetriever.h"
 
+#include <functional>
+
 class OrvAppleImageCaptureDatabase;
 
 // Pixels and file bytes of a camera item: the device's thumbnail for a size,
@@ -29,6 +31,8 @@ private:
     bool isSourceFormat(const OrvMediaFormat& format) const;
     // The format asked for, an invalid one meaning the item's own.
     OrvMediaFormat askedFormat(const OrvMediaFormat& format) const;
+    // Downloads the item and hands the file to use when it is not cut off; the file goes afterwards.
+    bool withWholeDownload(const std::function<bool(const QString&)>& use) const;
 
     const OrvAppleImageCaptureDatabase* myDatabase;
     OrvExternalId myId;
