@@ -26,6 +26,7 @@
 #include "OrvNativeMetaData.h"
 #include "OrvPhotoKitDatabase.h"
 #include "sim/OrvPhotoKitSimLibrary.h"
+#include "OrvQtCompat.h"
 
 #include <QApplication>
 #include <QBuffer>
@@ -78,7 +79,7 @@ int make(const QString& dir)
     // The HEIC: a 12-megapixel JPEG with EXIF, recoded by the image I/O (libheif).
     OrvFotoMetaData data;
     data.setValid(true);
-    data.setPictureTaken(QDateTime(QDate(2023, 5, 6), QTime(7, 8, 9), Qt::UTC));
+    data.setPictureTaken(OrvQt::utc(QDate(2023, 5, 6), QTime(7, 8, 9)));
     data.setGeoPosition(OrvGeoPosition(47.37, 8.54));
     data.setCameraMake(QStringLiteral("Apple"));
     QBuffer jpeg;
@@ -103,7 +104,7 @@ std::shared_ptr<OrvPhotoKitSim::Library> libraryOf(const QStringList& files, QSi
         for (int i = 0; i < files.size(); ++i) {
             OrvPhotoKitSim::AssetSpec asset;
             asset.localIdentifier = QStringLiteral("BENCH-%1/L0/001").arg(i);
-            asset.creationDate = QDateTime(QDate(2023, 1, 1), QTime(12, 0), Qt::UTC).addDays(i);
+            asset.creationDate = OrvQt::utc(QDate(2023, 1, 1), QTime(12, 0)).addDays(i);
             asset.pixelWidth = size.width();
             asset.pixelHeight = size.height();
             asset.resources.append({QFileInfo(files[i]).fileName(), OrvPhotoKit::AssetResourceType::Photo, files[i], false});
@@ -177,7 +178,7 @@ int list(int count, Listing listing)
         for (int i = 0; i < count; ++i) {
             OrvPhotoKitSim::AssetSpec asset;
             asset.localIdentifier = QStringLiteral("%1-4F2A-9C3E-%2/L0/001").arg(i, 8, 16, QLatin1Char('0')).arg(i % 977, 12, 10, QLatin1Char('0'));
-            asset.creationDate = QDateTime(QDate(2005, 1, 1), QTime(8, 0), Qt::UTC).addSecs(qint64(i) * 6000);
+            asset.creationDate = OrvQt::utc(QDate(2005, 1, 1), QTime(8, 0)).addSecs(qint64(i) * 6000);
             library->addAsset(asset);
         }
     });

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian 12 packages that building, running and testing need.
+# Installs the Debian packages that building, running and testing need (the same names on
+# Debian 12 and 13).
 set -euo pipefail
 
 packages=(
@@ -14,10 +15,16 @@ packages=(
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev libvips-tools libjpeg-turbo-progs python3
   # sanitizers and fuzzing with clang
-  clang libclang-rt-14-dev
+  clang libclang-rt-dev
   # cameras: device detection through udev; gphoto2 as the benchmarks' peer
   libudev-dev gphoto2
 )
+
+# libheif 1.16 and later ship their codecs as plugins (Debian 13, Ubuntu 24.04); Debian 12's has them built in.
+. /etc/os-release
+if ! { [ "${ID:-}" = debian ] && [ "${VERSION_ID:-}" = 12 ]; }; then
+  packages+=(libheif-plugin-libde265 libheif-plugin-x265)
+fi
 
 missing=()
 for package in "${packages[@]}"; do

@@ -19,10 +19,13 @@ int commandLs(const QStringList& arguments)
         return 1;
     }
     const QDir dir(path);
-    const QStringList names = dir.entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
-                                            QDir::Name);
-    for (const QString& name : names) {
-        const QFileInfo entry(dir.filePath(name));
+    const QFileInfoList entries = dir.entryInfoList(
+        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Name);
+    // Names as paths within the directory: Qt 6.8 and later ask a file engine for a
+    // file's name, and the Photos engine answers with its whole pseudo path.
+    const QString inside = dir.path().endsWith(QLatin1Char('/')) ? dir.path() : dir.path() + QLatin1Char('/');
+    for (const QFileInfo& entry : entries) {
+        const QString name = entry.filePath().startsWith(inside) ? entry.filePath().mid(inside.size()) : entry.fileName();
         const QChar kind = entry.isSymLink() ? QLatin1Char('l') : entry.isDir() ? QLatin1Char('d') : QLatin1Char('-');
         const QFile::Permissions permissions = entry.permissions();
         QString mode(kind);
@@ -33,6 +36,6 @@ int commandLs(const QStringList& arguments)
         const QString shown = date.isValid() ? date.toString(Qt::ISODate) : QStringLiteral("-");
         out() << mode << "  " << shown.leftJustified(25) << "  " << name << "\n";
     }
-    out() << names.size() << (names.size() == 1 ? " entry\n" : " entries\n");
+    out() << entries.size() << (entries.size() == 1 ? " entry\n" : " entries\n");
     return 0;
 }

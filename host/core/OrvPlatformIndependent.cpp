@@ -5,7 +5,9 @@
 QOperatingSystemVersion OrvPlatformIndependent::operatingSystemVersion() const
 {
     QMutexLocker locker(&myMutex);
-    return myOverride ? *myOverride : QOperatingSystemVersion::current();
+    if (myOverride)
+        return *myOverride;
+    return QOperatingSystemVersion::current();
 }
 
 void OrvPlatformIndependent::setOperatingSystemVersion(const QOperatingSystemVersion& version)

@@ -1,6 +1,7 @@
 #include "OrvXMLLoader.h"
 
 #include "OrvUserFile.h"
+#include "OrvQtCompat.h"
 #include "OrvXmlRepair.h"
 
 #include <QDebug>
@@ -61,10 +62,8 @@ QDomElement OrvXMLLoader::loadDocumentElement(const QFileInfo& file)
         return {};
     QDomDocument document;
     QString error;
-    int line = 0;
-    int column = 0;
-    if (!document.setContent(bytes, &error, &line, &column)) {
-        qDebug() << "OrvXMLLoader:" << file.absoluteFilePath() << line << column << error;
+    if (!OrvQt::setDomContent(&document, bytes, &error)) {
+        qDebug() << "OrvXMLLoader:" << file.absoluteFilePath() << error;
         return {};
     }
     return document.documentElement();

@@ -1,12 +1,7 @@
 #pragma once
 
+#include "OrvExiv2Compat.h"
 #include "OrvUserFile.h"
-
-// Exiv2 0.27 still hands out std::auto_ptr.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-#include <exiv2/exiv2.hpp>
-#pragma GCC diagnostic pop
 
 // Exiv2's view of a file opened through OrvUserFile, read-only. Exiv2's own
 // file access opens by name and would wait on a named pipe or read a device
@@ -20,22 +15,23 @@ public:
 
     int open() override;
     int close() override;
-    long write(const Exiv2::byte* data, long count) override;
-    long write(Exiv2::BasicIo& source) override;
+    OrvExiv2::IoCount write(const Exiv2::byte* data, OrvExiv2::IoCount count) override;
+    OrvExiv2::IoCount write(Exiv2::BasicIo& source) override;
     int putb(Exiv2::byte data) override;
-    Exiv2::DataBuf read(long count) override;
-    long read(Exiv2::byte* buffer, long count) override;
+    Exiv2::DataBuf read(OrvExiv2::IoCount count) override;
+    OrvExiv2::IoCount read(Exiv2::byte* buffer, OrvExiv2::IoCount count) override;
     int getb() override;
     void transfer(Exiv2::BasicIo& source) override;
-    int seek(long offset, Position from) override;
+    int seek(OrvExiv2::IoOffset offset, Position from) override;
     Exiv2::byte* mmap(bool isWriteable = false) override;
     int munmap() override;
-    long tell() const override;
+    OrvExiv2::IoPosition tell() const override;
     size_t size() const override;
     bool isopen() const override;
     int error() const override;
     bool eof() const override;
-    std::string path() const override;
+    OrvExiv2::IoPath path() const noexcept override;
+    void populateFakeData() override;
 
 private:
     OrvUserFile myFile;

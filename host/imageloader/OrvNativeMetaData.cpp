@@ -1,13 +1,10 @@
 #include "OrvNativeMetaData.h"
+#include "OrvExiv2Compat.h"
 #include "OrvExiv2UserFileIo.h"
+#include "OrvQtCompat.h"
 
 #include <QDebug>
 #include <QFile>
-
-// Exiv2 0.27 still hands out std::auto_ptr.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-#include <exiv2/exiv2.hpp>
 
 #include <cmath>
 #include <mutex>
@@ -64,7 +61,7 @@ void ensureExiv2()
             // Leaked on purpose: the toolkit may take the lock during static destruction.
             static auto* xmpMutex = new std::recursive_mutex;
             Exiv2::XmpParser::initialize(xmpLockUnlock, xmpMutex);
-            Exiv2::enableBMFF(true);
+            OrvExiv2::enableBmff();
         } catch (...) {
             qDebug("OrvNativeMetaDataExiv2: Exiv2 initialisation failed");
         }
@@ -105,11 +102,18 @@ bool parseNumber(const std::string& text, long* value)
     return true;
 }
 
+// A pixel dimension, 0 where it does not fit.
+int dimension(const Exiv2::Exifdatum& datum)
+{
+    const int64_t value = OrvExiv2::toInt64(datum);
+    return value > 0 && value <= INT_MAX ? int(value) : 0;
+}
+
 int orientationOf(const Exiv2::ExifData& exif, const Exiv2::XmpData& xmp)
 {
     long value = 0;
     if (const Exiv2::Exifdatum* datum = findExif(exif, kOrientation))
-        value = datum->toLong(0);
+        value = long(OrvExiv2::toInt64(*datum));
     else if (const Exiv2::Xmpdatum* xdatum = findXmp(xmp, kXmpOrientation))
         parseNumber(xdatum->toString(), &value);
     return (value >= 1 && value <= 8) ? int(value) : 1;
@@ -163,10 +167,10 @@ QDateTime parseExifDate(const QString& text, const QString& subSeconds, const QS
         const int minutes = off.mid(4, 2).toInt(&okMinutes);
         if (okHours && okMinutes && hours <= 14 && minutes < 60) {
             const int seconds = (hours * 3600 + minutes * 60) * (off[0] == QLatin1Char('-') ? -1 : 1);
-            return QDateTime(date, time, Qt::OffsetFromUTC, seconds);
+            return OrvQt::withOffset(date, time, seconds);
         }
     }
-    return QDateTime(date, time, Qt::LocalTime);
+    return OrvQt::local(date, time);
 }
 
 // Degrees, minutes, seconds as up to three rationals; NaN when unusable.
@@ -174,10 +178,10 @@ double parseDms(const Exiv2::Exifdatum* datum)
 {
     if (!datum)
         return std::nan("");
-    const long n = std::min(datum->count(), 3L);
+    const size_t n = std::min<size_t>(datum->count(), 3);
     double result = 0.0;
     double unit = 1.0;
-    for (long i = 0; i < n; ++i) {
+    for (size_t i = 0; i < n; ++i) {
         const Exiv2::Rational r = datum->toRational(i);
         if (r.second == 0)
             return std::nan("");
@@ -247,15 +251,11 @@ struct OrvNativeMetaDataExiv2::Private
         if (storedSize.isEmpty()) {
             const Exiv2::Exifdatum* w = findExif(exif, "Exif.Photo.PixelXDimension");
             const Exiv2::Exifdatum* h = findExif(exif, "Exif.Photo.PixelYDimension");
-            storedSize = (w && h) ? QSize(int(w->toLong(0)), int(h->toLong(0))) : QSize();
+            storedSize = (w && h) ? QSize(dimension(*w), dimension(*h)) : QSize();
             if (storedSize.isEmpty())
                 storedSize = QSize();
         }
-        if (image.iccProfileDefined()) {
-            const Exiv2::DataBuf* icc = image.iccProfile();
-            if (icc && icc->pData_ && icc->size_ > 0)
-                iccProfile = QByteArray(reinterpret_cast<const char*>(icc->pData_), int(icc->size_));
-        }
+        iccProfile = OrvExiv2::iccProfile(image);
         valid = true;
         fromFile = true;
     }
@@ -278,8 +278,7 @@ OrvNativeMetaDataExiv2::OrvNativeMetaDataExiv2(const QFileInfo& file, const QByt
         return;
     ensureExiv2();
     try {
-        auto image = Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte*>(bytes.constData()),
-                                               long(bytes.size()));
+        auto image = OrvExiv2::openImage(bytes);
         if (image.get())
             d->read(*image);
     } catch (const std::exception& e) {
@@ -299,11 +298,11 @@ OrvNativeMetaDataExiv2::OrvNativeMetaDataExiv2(const QFileInfo& file) : d(new Pr
         return;
     ensureExiv2();
     try {
-        Exiv2::BasicIo::AutoPtr io(new OrvExiv2UserFileIo(path));
+        OrvExiv2::IoPtr io(new OrvExiv2UserFileIo(path));
         if (io->open() != 0 || io->size() == 0)
             return;
         io->close();
-        auto image = Exiv2::ImageFactory::open(io);
+        auto image = OrvExiv2::openImage(std::move(io));
         if (image.get())
             d->read(*image);
     } catch (const std::exception& e) {
@@ -338,7 +337,7 @@ OrvNativeMetaDataExiv2::OrvNativeMetaDataExiv2(const OrvFotoMetaData& data) : d(
         }
         const OrvGeoPosition position = data.geoPosition();
         if (position.isValid()) {
-            Exiv2::Value::AutoPtr version = Exiv2::Value::create(Exiv2::unsignedByte);
+            OrvExiv2::ValuePtr version = Exiv2::Value::create(Exiv2::unsignedByte);
             version->read("2 2 0 0");
             exif.add(Exiv2::ExifKey("Exif.GPSInfo.GPSVersionID"), version.get());
             exif["Exif.GPSInfo.GPSLatitudeRef"] = std::string(position.latitude() < 0 ? "S" : "N");
@@ -406,7 +405,7 @@ OrvFotoMetaData OrvNativeMetaDataExiv2::metaData() const
 
         long rating = 0;
         if (const Exiv2::Exifdatum* datum = findExif(exif, kRating))
-            rating = datum->toLong(0);
+            rating = long(OrvExiv2::toInt64(*datum));
         else if (const Exiv2::Xmpdatum* xdatum = findXmp(d->xmp, kXmpRating))
             parseNumber(xdatum->toString(), &rating);
         result.setAdobeRating(int(qBound(-1L, rating, 5L)));
@@ -467,8 +466,7 @@ bool OrvNativeMetaDataExiv2::store(QBuffer* buffer) const
     ensureExiv2();
     QByteArray result;
     try {
-        auto image =
-            Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte*>(source.constData()), long(source.size()));
+        auto image = OrvExiv2::openImage(source);
         if (!image.get())
             return false;
         // Reading first keeps what we do not own (ICC profile, comment) in place.
@@ -499,4 +497,3 @@ bool OrvNativeMetaDataExiv2::store(QBuffer* buffer) const
     return true;
 }
 
-#pragma GCC diagnostic pop

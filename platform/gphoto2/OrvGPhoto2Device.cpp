@@ -5,6 +5,7 @@
 #include "OrvTargetFolder.h"
 #include "OrvUniformType.h"
 #include "OrvXdgMimeApps.h"
+#include "OrvQtCompat.h"
 
 #include <QDateTime>
 #include <QDebug>
@@ -249,7 +250,7 @@ void Device::listItems(int session)
             if (uti == OrvUniformType::kUTTypeData)
                 uti = OrvUniformType::typeForExtension(name.section(QLatin1Char('.'), -1));
             const QDateTime created = known && (info.file.fields & GP_FILE_INFO_MTIME) && info.file.mtime > 0
-                ? QDateTime::fromSecsSinceEpoch(qint64(info.file.mtime), Qt::UTC)
+                ? OrvQt::utcFromSecs(qint64(info.file.mtime))
                 : QDateTime();
             const qint64 size = known && (info.file.fields & GP_FILE_INFO_SIZE) ? qint64(info.file.size) : -1;
             auto file = std::make_shared<const ListedFile>(ItemFields{name, uti, created, folder, owner, path}, size);

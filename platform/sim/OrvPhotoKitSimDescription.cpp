@@ -5,6 +5,7 @@
 #include "OrvImageIO.h"
 #include "OrvPhotoKitSimLibrary.h"
 #include "OrvUserFile.h"
+#include "OrvQtCompat.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -49,7 +50,7 @@ bool readDate(const QJsonObject& object, const char* key, std::optional<QDateTim
     if (!parsed.isValid())
         return fail(error, QStringLiteral("bad %1 \"%2\"").arg(QLatin1String(key), value.toString()));
     if (parsed.timeSpec() == Qt::LocalTime)
-        parsed.setTimeSpec(Qt::UTC);
+        OrvQt::setUtc(&parsed);
     *date = parsed.toUTC();
     return true;
 }

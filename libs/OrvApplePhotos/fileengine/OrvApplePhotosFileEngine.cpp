@@ -96,7 +96,7 @@ bool OrvApplePhotosFileEngine::caseSensitive() const { return true; }
 
 bool OrvApplePhotosFileEngine::isRelativePath() const { return !myFileName.startsWith(QLatin1Char('/')); }
 
-QStringList OrvApplePhotosFileEngine::entryList(QDir::Filters, const QStringList&) const
+QStringList OrvApplePhotosFileEngine::entryList(OrvEntryListFilters, const QStringList&) const
 {
     // Every photo of the library, whatever the directory and the filters.
     QStringList names;
@@ -170,7 +170,7 @@ uint OrvApplePhotosFileEngine::ownerId(FileOwner) const { return 501; }
 
 QString OrvApplePhotosFileEngine::owner(FileOwner) const { return QStringLiteral("dbadmin"); }
 
-QDateTime OrvApplePhotosFileEngine::fileTime(FileTime) const
+QDateTime OrvApplePhotosFileEngine::fileTime(OrvFileTime) const
 {
     // Taken as it stands, not turned back with toLocalIdentifier: deliberately so.
     QString localIdentifier = myFilePart.mid(myFilePart.lastIndexOf(QLatin1Char('#')) + 1);
@@ -204,9 +204,11 @@ QDateTime OrvApplePhotosFileEngine::cachedAssetDate(const QString& localIdentifi
 
 void OrvApplePhotosFileEngine::setFileName(const QString& file) { myFileName = file; }
 
-QAbstractFileEngine::Iterator* OrvApplePhotosFileEngine::beginEntryList(QDir::Filters filters, const QStringList& filterNames)
+OrvFileEngineIteratorPtr OrvApplePhotosFileEngine::beginEntryList(const QString& path, OrvEntryListFilters filters,
+                                                                   const QStringList& filterNames)
 {
-    return new OrvApplePhotosIterator(entryList(filters, filterNames), filters, filterNames);
+    return OrvFileEngineIteratorPtr(
+        new OrvApplePhotosIterator(path, entryList(filters, filterNames), filters, filterNames));
 }
 
 qint64 OrvApplePhotosFileEngine::read(char* data, qint64 maxlen)

@@ -3,7 +3,7 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QHash>
-#include <QtCore/private/qabstractfileengine_p.h>
+#include "OrvQtFileEngineApi.h"
 
 // One "photokitfs:" path as a file: photos (names with "photokit:foto") are
 // existing links, everything else is an existing directory whose listing is
@@ -32,15 +32,27 @@ public:
     bool setSize(qint64 size) override;
     bool caseSensitive() const override;
     bool isRelativePath() const override;
-    QStringList entryList(QDir::Filters filters, const QStringList& filterNames) const override;
+    using QAbstractFileEngine::entryList;
+    QStringList entryList(OrvEntryListFilters filters, const QStringList& filterNames) const override;
     FileFlags fileFlags(FileFlags type = FileInfoAll) const override;
     bool setPermissions(uint perms) override;
     QString fileName(FileName file = DefaultName) const override;
     uint ownerId(FileOwner owner) const override;
     QString owner(FileOwner owner) const override;
-    QDateTime fileTime(FileTime time) const override;
+    QDateTime fileTime(OrvFileTime time) const override;
     void setFileName(const QString& file) override;
-    Iterator* beginEntryList(QDir::Filters filters, const QStringList& filterNames) override;
+#if ORV_QT_FILE_ENGINE_68
+    OrvFileEngineIteratorPtr beginEntryList(const QString& path, OrvEntryListFilters filters,
+                                            const QStringList& filterNames) override;
+#else
+    // Before 6.8 the path to list is the engine's own file name.
+    OrvFileEngineIteratorPtr beginEntryList(OrvEntryListFilters filters, const QStringList& filterNames) override
+    {
+        return beginEntryList(myFileName, filters, filterNames);
+    }
+    OrvFileEngineIteratorPtr beginEntryList(const QString& path, OrvEntryListFilters filters,
+                                            const QStringList& filterNames);
+#endif
     qint64 read(char* data, qint64 maxlen) override;
     qint64 write(const char* data, qint64 len) override;
 

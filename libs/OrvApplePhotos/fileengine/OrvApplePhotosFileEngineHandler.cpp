@@ -3,10 +3,10 @@
 #include "OrvApplePhotosFile.h"
 #include "OrvApplePhotosFileEngine.h"
 
-QAbstractFileEngine* OrvApplePhotosFileEngineHandler::create(const QString& fileName) const
+OrvFileEnginePtr OrvApplePhotosFileEngineHandler::create(const QString& fileName) const
 {
     const QPair<QString, QString> split = OrvApplePhotosFile::splitPathAndFile(fileName);
     if (split.first.isEmpty())
         return nullptr;
-    return new OrvApplePhotosFileEngine(fileName, split.first, split.second);
+    return OrvFileEnginePtr(new OrvApplePhotosFileEngine(fileName, split.first, split.second));
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtCore/private/qabstractfileengine_p.h>
+#include "OrvQtFileEngineApi.h"
 
 // Gives Qt an OrvApplePhotosFileEngine for every path that begins with
 // "photokitfs:". Qt asks the handler about every path the process touches, so
@@ -8,5 +8,5 @@
 class OrvApplePhotosFileEngineHandler : public QAbstractFileEngineHandler
 {
 public:
-    QAbstractFileEngine* create(const QString& fileName) const override;
+    OrvFileEnginePtr create(const QString& fileName) const override;
 };

@@ -1,20 +1,20 @@
 #include "OrvApplePhotosIterator.h"
 
-OrvApplePhotosIterator::OrvApplePhotosIterator(const QStringList& entries, QDir::Filters filters, const QStringList& nameFilters)
-    : QAbstractFileEngineIterator(filters, nameFilters), myEntries(entries)
+OrvApplePhotosIterator::OrvApplePhotosIterator(const QString& path, const QStringList& entries,
+                                               OrvEntryListFilters filters, const QStringList& nameFilters)
+    : OrvFileEngineIteratorBase(path, filters, nameFilters), myEntries(entries)
 {
 }
 
-bool OrvApplePhotosIterator::hasNext() const { return myIndex + 1 < myEntries.size(); }
+bool OrvApplePhotosIterator::hasMore() const { return myIndex + 1 < myEntries.size(); }
 
-QString OrvApplePhotosIterator::next()
+bool OrvApplePhotosIterator::advance()
 {
-    // At the end the index stays on the last entry.
-    if (!hasNext())
-        return QString();
+    if (!hasMore())
+        return false;
     ++myIndex;
     myPath = currentFilePath();
-    return myPath;
+    return true;
 }
 
 QString OrvApplePhotosIterator::currentFileName() const

@@ -7,6 +7,7 @@
 #include "OrvExternalMonthSynthesizer.h"
 
 #include "OrvUserFile.h"
+#include "OrvQtCompat.h"
 
 #include <QDebug>
 
@@ -248,7 +249,7 @@ bool OrvIPhotoDatabaseParser::matchFaceRectangle(QByteArrayView text, QRectF* re
 const QDateTime& OrvIPhotoDatabaseParser::iPhotoEpoch()
 {
     // Local midnight, not UTC: that is how the library's dates come out right.
-    static const QDateTime myEpoch(QDate(2001, 1, 1), QTime(0, 0, 0), Qt::LocalTime);
+    static const QDateTime myEpoch = OrvQt::local(QDate(2001, 1, 1), QTime(0, 0, 0));
     return myEpoch;
 }
 

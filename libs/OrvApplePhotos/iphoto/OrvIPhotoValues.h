@@ -3,6 +3,8 @@
 // Numbers and dates of the library file's texts, as the walker, the builder and
 // the parser read them. Private to the iphoto folder.
 
+#include "OrvQtCompat.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QDateTime>
@@ -36,7 +38,7 @@ inline QDateTime dateAfterEpoch(double wholeSeconds, qint64 epochMSecs)
     // Beyond some million years QDateTime has no answer.
     if (std::abs(wholeSeconds) > 1e14)
         return QDateTime();
-    return QDateTime::fromMSecsSinceEpoch(epochMSecs + qint64(wholeSeconds) * 1000, Qt::LocalTime);
+    return OrvQt::localFromMSecs(epochMSecs + qint64(wholeSeconds) * 1000);
 }
 
 } // namespace OrvIPhoto

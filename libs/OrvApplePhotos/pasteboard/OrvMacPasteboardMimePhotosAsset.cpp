@@ -1,11 +1,10 @@
 #include "OrvMacPasteboardMimePhotosAsset.h"
 
 #include "OrvPhotoKitDatabase.h"
+#include "OrvPlistCompat.h"
 
 #include <QDataStream>
 #include <QDebug>
-
-#include <plist/plist.h>
 
 #include <limits>
 
@@ -48,8 +47,7 @@ QString OrvMacPasteboardMimePhotosAsset::localIdentifierOf(const QByteArray& pro
 {
     if (propertyList.isEmpty() || quint64(propertyList.size()) > std::numeric_limits<uint32_t>::max())
         return {};
-    plist_t root = nullptr;
-    plist_from_memory(propertyList.constData(), uint32_t(propertyList.size()), &root);
+    plist_t root = OrvPlist::fromMemory(propertyList.constData(), uint32_t(propertyList.size()));
     if (!root)
         return {};
     QString identifier;

@@ -8,6 +8,7 @@
 #include "OrvFotoCacheManager.h"
 #include "OrvNativeMetaData.h"
 #include "OrvPhotoKitDatabase.h"
+#include "OrvQtCompat.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -150,8 +151,8 @@ QString OrvPhotoKitLoader::localIdentifierForExternalId(const OrvExternalId& id)
 
 Predicate OrvPhotoKitLoader::predicateForYear(int year)
 {
-    const QDateTime start(QDate(year, 1, 1), QTime(0, 0), Qt::LocalTime);
-    const QDateTime end(QDate(year + 1, 1, 1), QTime(0, 0), Qt::LocalTime);
+    const QDateTime start = OrvQt::local(QDate(year, 1, 1), QTime(0, 0));
+    const QDateTime end = OrvQt::local(QDate(year + 1, 1, 1), QTime(0, 0));
     return Predicate{QStringLiteral("creationDate > %@ AND creationDate < %@"), {start, end}};
 }
 
@@ -384,8 +385,8 @@ void OrvPhotoKitLoader::createAlbumForYears()
             continue;
         const int year = created->toLocalTime().date().year();
         years.insert(year);
-        yearStart = QDateTime(QDate(year, 1, 1), QTime(0, 0), Qt::LocalTime).toMSecsSinceEpoch();
-        yearEnd = QDateTime(QDate(year + 1, 1, 1), QTime(0, 0), Qt::LocalTime).toMSecsSinceEpoch();
+        yearStart = OrvQt::local(QDate(year, 1, 1), QTime(0, 0)).toMSecsSinceEpoch();
+        yearEnd = OrvQt::local(QDate(year + 1, 1, 1), QTime(0, 0)).toMSecsSinceEpoch();
     }
     QList<int> sorted = years.values();
     std::sort(sorted.begin(), sorted.end(), std::greater<int>());
@@ -569,7 +570,7 @@ OrvExternalFoto OrvPhotoKitLoader::assetAdded(const AssetPtr& asset)
     } else {
         // No date at all: a random moment early in 1970, so such fotos sort together at the start.
         const quint64 random = QRandomGenerator::global()->generate64() & 0xffffffffu;
-        taken = QDateTime::fromMSecsSinceEpoch(qint64(random), Qt::UTC);
+        taken = OrvQt::utcFromMSecs(qint64(random));
     }
 
     // The local creation date is the wall-clock time of the shot; its distance

@@ -1,16 +1,12 @@
 #include "OrvImageIOMetadata.h"
 
+#include "OrvExiv2Compat.h"
 #include "OrvExiv2UserFileIo.h"
 #include "OrvNativeMetaData.h"
 
 #include <QDebug>
 
 #include <mutex>
-
-// Exiv2 0.27 still hands out std::auto_ptr.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
-#include <exiv2/exiv2.hpp>
 
 using OrvImageIO::Properties;
 
@@ -27,7 +23,8 @@ void ensureExiv2()
     std::call_once(once, [] { OrvNativeMetaDataExiv2 setUp{OrvFotoMetaData()}; });
 }
 
-QByteArray exifBlock(const Exiv2::ExifData& exif)
+// By value: Exiv2 0.28 may drop entries that do not fit while it encodes.
+QByteArray exifBlock(Exiv2::ExifData exif)
 {
     if (exif.empty())
         return {};
@@ -84,7 +81,7 @@ bool OrvImageIOMetadata::read(const QByteArray& bytes, Properties* properties)
         return false;
     ensureExiv2();
     try {
-        auto image = Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte*>(bytes.constData()), long(bytes.size()));
+        auto image = OrvExiv2::openImage(bytes);
         if (!image.get())
             return false;
         image->readMetadata();
@@ -93,13 +90,11 @@ bool OrvImageIOMetadata::read(const QByteArray& bytes, Properties* properties)
         properties->exif = exifBlock(image->exifData());
         if (!image->iptcData().empty()) {
             const Exiv2::DataBuf iptc = Exiv2::IptcParser::encode(image->iptcData());
-            properties->iptc = QByteArray(reinterpret_cast<const char*>(iptc.pData_), int(iptc.size_));
+            properties->iptc = OrvExiv2::toByteArray(iptc);
         }
         if (!image->xmpPacket().empty())
             properties->xmp = QByteArray::fromStdString(image->xmpPacket());
-        if (image->iccProfileDefined() && image->iccProfile() && image->iccProfile()->size_ > 0)
-            properties->iccProfile =
-                QByteArray(reinterpret_cast<const char*>(image->iccProfile()->pData_), int(image->iccProfile()->size_));
+        properties->iccProfile = OrvExiv2::iccProfile(*image);
     } catch (const std::exception& e) {
         qDebug() << "ImageIO: cannot read the properties:" << e.what();
         return false;
@@ -162,8 +157,7 @@ bool OrvImageIOMetadata::write(QByteArray* encoded, const Properties& properties
         return true;
     ensureExiv2();
     try {
-        auto image =
-            Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte*>(encoded->constData()), long(encoded->size()));
+        auto image = OrvExiv2::openImage(*encoded);
         if (!image.get())
             return false;
         image->readMetadata();
@@ -205,11 +199,9 @@ QByteArray OrvImageIOMetadata::adjustedExif(const Properties& properties, const 
         if (!decodeExif(properties.exif, &exif))
             return {};
         adjust(exif, properties, pixelSize);
-        return exifBlock(exif);
+        return exifBlock(std::move(exif));
     } catch (...) {
         qDebug() << "ImageIO: unreadable EXIF";
         return {};
     }
 }
-
-#pragma GCC diagnostic pop

@@ -15,6 +15,7 @@
 #include "sim/OrvPhotoKitSimLibrary.h"
 
 #include "TestSupport.h"
+#include "OrvQtCompat.h"
 
 #include <gtest/gtest.h>
 
@@ -215,7 +216,7 @@ TEST(BrowserWindow, FollowsTheLibraryAsItChanges)
 
     OrvPhotoKitSim::AssetSpec added;
     added.localIdentifier = QStringLiteral("NEW-1/L0/001");
-    added.creationDate = QDateTime(QDate(2024, 5, 1), QTime(9, 0), Qt::UTC);
+    added.creationDate = OrvQt::utc(QDate(2024, 5, 1), QTime(9, 0));
     libraries->library->addAsset(added);
     ASSERT_TRUE(OrvTest::waitFor([&] { return window.gridModel()->rowCount() == before + 1; }));
     OrvPhotoKitSim::CollectionSpec album;

@@ -2,6 +2,7 @@
 #include "OrvCTime.h"
 #include "OrvColorProfileConverter.h"
 #include "OrvMediaLoader.h"
+#include "OrvQtCompat.h"
 
 #include <gtest/gtest.h>
 
@@ -83,8 +84,8 @@ TEST(CTime, SetsModificationAndAccessTime)
     const QString path = dir.filePath(QStringLiteral("photo.jpg"));
     ASSERT_TRUE(writeFile(path, makeJpeg(8, 8)));
 
-    for (const QDateTime& time : {QDateTime(QDate(2001, 9, 8), QTime(7, 6, 5), Qt::UTC),
-                                  QDateTime(QDate(2019, 4, 2), QTime(12, 30, 15, 500), Qt::LocalTime)}) {
+    for (const QDateTime& time : {OrvQt::utc(QDate(2001, 9, 8), QTime(7, 6, 5)),
+                                  OrvQt::local(QDate(2019, 4, 2), QTime(12, 30, 15, 500))}) {
         ASSERT_TRUE(OrvCTime(time).writeTo(path));
         const QFileInfo info(path);
         EXPECT_EQ(info.lastModified().toMSecsSinceEpoch(), time.toMSecsSinceEpoch());

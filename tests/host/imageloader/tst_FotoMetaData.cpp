@@ -1,5 +1,6 @@
 #include "OrvFotoMetaData.h"
 #include "OrvNativeMetaData.h"
+#include "OrvQtCompat.h"
 
 #include <gtest/gtest.h>
 
@@ -80,7 +81,7 @@ TEST(NativeMetaDataGeneric, GivesAValidRecordWithWhatWasSet)
 {
     OrvNativeMetaDataGeneric native;
     EXPECT_TRUE(native.metaData().isValid());
-    const QDateTime taken(QDate(2019, 7, 14), QTime(18, 30), Qt::UTC);
+    const QDateTime taken = OrvQt::utc(QDate(2019, 7, 14), QTime(18, 30));
     native.setPictureTaken(taken);
     native.setAdobeRating(4);
     native.setGeoPosition(OrvGeoPosition(48.85, 2.35));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OrvFotoMetaData.h"
+#include "OrvQtCompat.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -9,7 +10,7 @@
 namespace OrvTest {
 
 // What the test photos carry in their EXIF.
-inline QDateTime photoTaken() { return QDateTime(QDate(2021, 7, 14), QTime(11, 12, 13), Qt::OffsetFromUTC, 7200); }
+inline QDateTime photoTaken() { return OrvQt::withOffset(QDate(2021, 7, 14), QTime(11, 12, 13), 7200); }
 inline OrvGeoPosition photoPlace() { return OrvGeoPosition(48.8584, 2.2945); }
 
 // A JPEG (makeJpeg's pattern: red top left, blue bottom right) with EXIF: the

@@ -9,6 +9,7 @@
 
 #include "OrvImageIOQt.h"
 #include "TestSupport.h"
+#include "OrvQtCompat.h"
 
 #include <gtest/gtest.h>
 
@@ -266,7 +267,7 @@ TEST_F(ImageCaptureSimTest, DescriptionFilesAreReadOrRefusedWithAReason)
     EXPECT_EQ(devices.at(0).downloadDelayMs, 7);
     EXPECT_EQ(devices.at(0).thumbnails, ThumbnailTiming::None);
     EXPECT_EQ(devices.at(0).items.first().file, dir.filePath(QStringLiteral("x.jpg")));
-    EXPECT_EQ(devices.at(0).items.first().created, QDateTime(QDate(2020, 1, 2), QTime(3, 4, 5), Qt::UTC));
+    EXPECT_EQ(devices.at(0).items.first().created, OrvQt::utc(QDate(2020, 1, 2), QTime(3, 4, 5)));
     // Without a UUID, one from the name: the same in every run.
     QList<DeviceSpec> again;
     ASSERT_TRUE(OrvImageCaptureSim::readDescription(path, &again));

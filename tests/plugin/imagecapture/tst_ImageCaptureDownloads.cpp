@@ -5,6 +5,7 @@
 #include "OrvMediaLoader.h"
 #include "OrvTargetFolder.h"
 #include "TestSupport.h"
+#include "OrvQtCompat.h"
 
 #include <QBuffer>
 #include <QCoreApplication>
@@ -140,7 +141,7 @@ TEST_F(ImageCaptureDownloads, ACompletionAfterTheLimitOnlyStampsTheFile)
 {
     DeviceSpec spec;
     spec.download = DownloadResult::Held;
-    const QDateTime taken(QDate(2020, 2, 29), QTime(12, 0), Qt::UTC);
+    const QDateTime taken = OrvQt::utc(QDate(2020, 2, 29), QTime(12, 0));
     const QString storageFile = storage.filePath(QStringLiteral("Cam/DCIM/IMG_0001.JPG"));
     const auto camera = cameraWith(jpeg(), spec);
     EXPECT_TRUE(onWorker<QString>([&] { return database->waitForDownload(id); }).isEmpty());

@@ -4,6 +4,7 @@
 #include "OrvFotoRetrieverAppleImageCapture.h"
 #include "OrvNativeMetaData.h"
 #include "TestSupport.h"
+#include "OrvQtCompat.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -146,7 +147,7 @@ TEST_F(ImageCaptureTest, WithoutAThumbnailThePlaceholderAndASizeOfOneByOne)
 {
     DeviceSpec spec;
     spec.thumbnails = ThumbnailTiming::None;
-    const QDateTime taken(QDate(2021, 6, 5), QTime(14, 30), Qt::UTC);
+    const QDateTime taken = OrvQt::utc(QDate(2021, 6, 5), QTime(14, 30));
     source().doLazyInit();
     const auto camera = plugCamera(QStringLiteral("Slow"), {{"a.jpg", jpeg()}}, spec);
     ASSERT_TRUE(waitForFotos(camera, 1));
