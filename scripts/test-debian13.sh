@@ -6,7 +6,7 @@
 #
 # The root lives outside the checkout, in $ORV_DEBIAN13_CACHE (default /var/cache/orv-debian13):
 #   base/      debootstrap --variant=minbase from the machine's own Debian mirror, made once
-#   root/      base/ plus scripts/install-deps.sh, made again whenever that package list changes
+#   root/      base/ plus scripts/install-deps.sh, made again whenever that script changes
 #   archives/  downloaded packages, kept so that remaking root/ downloads nothing
 # Mounts (proc, dev, the shared test data) live in a private mount namespace and vanish with it.
 # Needs root, as debootstrap and chroot do.
@@ -38,9 +38,9 @@ mirror() {
   echo "${uri:-http://deb.debian.org/debian}"
 }
 
-# The package names install-deps.sh installs, in order: the root's key.
+# What install-deps.sh installs, as its checksum: the root's key.
 package_list() {
-  sed -n '/^packages=(/,/^)/p' "$repo/scripts/install-deps.sh" | grep -v '^\s*#' | tr -s ' \n' ' '
+  sha256sum < "$repo/scripts/install-deps.sh" | cut -d' ' -f1
 }
 
 need_host_tools() {
@@ -99,7 +99,8 @@ make_root() {
   cp -a "$cache/base" "$cache/root.new"
   mkdir -p "$cache/root.new/work"
   cp "$repo/scripts/install-deps.sh" "$cache/root.new/work/install-deps.sh"
-  in_root "$cache/root.new" bash /work/install-deps.sh
+  in_root "$cache/root.new" bash /work/install-deps.sh > "$cache/install.log" 2>&1 \
+    || { tail -n 30 "$cache/install.log"; return 1; }
   rm "$cache/root.new/work/install-deps.sh"
   mv "$cache/root.new" "$cache/root"
   echo "$key" > "$cache/root.key"

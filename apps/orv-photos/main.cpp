@@ -36,7 +36,7 @@ void printUsage()
 {
     err() << "usage: orv-photos [global options] COMMAND [arguments]\n"
              "global options:\n"
-             "  --plugin PATH          the plug-in library (default: ../lib/libOrvApplePhotos.so beside the program,\n"
+             "  --plugin PATH          the plug-in library (default: ../lib/" ORV_PLUGIN_FILE_NAME " beside the program,\n"
              "                         or $ORV_PLUGIN_PATH)\n"
              "  --program-id N         host program id the plug-in sees (default 8)\n"
              "  --os SYSTEM:VERSION    pretend to run on another system, e.g. macos:14.0 or macos:10.14.6\n"
@@ -84,7 +84,7 @@ QString defaultPluginPath()
     const QString fromEnvironment = qEnvironmentVariable("ORV_PLUGIN_PATH");
     if (!fromEnvironment.isEmpty())
         return fromEnvironment;
-    return QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("../lib/libOrvApplePhotos.so"));
+    return QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("../lib/" ORV_PLUGIN_FILE_NAME));
 }
 
 } // namespace

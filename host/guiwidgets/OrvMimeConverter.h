@@ -8,10 +8,10 @@
 class QMimeData;
 
 // A converter between pasteboard types (uniform type identifiers) and the
-// application's mime types, with the virtual operations of Qt's
-// QUtiMimeConverter, which Qt has only on macOS (6.5 and later). Elsewhere a
-// converter derives from this class; constructing it registers it with
-// OrvMimeConverterRegistry, destroying it takes it out again.
+// application's mime types, with the operations of Qt's QUtiMimeConverter,
+// which Qt has only on macOS (6.5 and later). Elsewhere a converter derives
+// from this class; constructing it registers it with OrvMimeConverterRegistry,
+// destroying it takes it out again.
 class OrvMimeConverter
 {
 public:
@@ -28,5 +28,6 @@ public:
     virtual QVariant convertToMime(const QString& mime, const QList<QByteArray>& data, const QString& uti) const = 0;
     // How many pasteboard items the mime data makes.
     virtual int count(const QMimeData* mimeData) const;
-    virtual bool canConvert(const QString& mime, const QString& uti) const = 0;
+    // Not virtual, as in Qt: the registry asks whether uti reads back as mime.
+    bool canConvert(const QString& mime, const QString& uti) const { return !mime.isEmpty() && mime == mimeForUti(uti); }
 };

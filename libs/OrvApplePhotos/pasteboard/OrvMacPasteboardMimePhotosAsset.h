@@ -23,7 +23,8 @@ public:
     // A QByteArray with the QDataStream of the QList<QUrl>; an empty variant
     // (and a warning) for another type.
     QVariant convertToMime(const QString& mime, const QList<QByteArray>& data, const QString& uti) const override;
-    bool canConvert(const QString& mime, const QString& uti) const override;
+    // Hides the base's, which Qt does not make virtual.
+    bool canConvert(const QString& mime, const QString& uti) const;
 
     QString convertorName() const;
     // photokit:foto#<remote id of the local identifier>

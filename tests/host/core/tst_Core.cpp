@@ -1,6 +1,7 @@
 #include "OrvFileSystemWatcher.h"
 #include "OrvInitializer.h"
 #include "OrvPlatformIndependent.h"
+#include "OrvQtCompat.h"
 #include "OrvXMLLoader.h"
 
 #include "TestSupport.h"
@@ -91,6 +92,29 @@ TEST(OrvXMLLoader, GivesTheDocumentElementOrANullOne)
     OrvTest::writeFile(broken, "<plist><dict>");
     EXPECT_TRUE(OrvXMLLoader::loadDocumentElement(QFileInfo(broken)).isNull());
     EXPECT_TRUE(OrvXMLLoader::loadDocumentElement(QFileInfo(dir.filePath(QStringLiteral("missing.xml")))).isNull());
+}
+
+// Qt 6.5 replaced time specs with lightweight zones; the values must not change with it.
+TEST(OrvQtCompat, DatesKeepTheirKindOfTimeOnEveryQt)
+{
+    const QDate date(2024, 2, 29);
+    const QTime time(23, 30, 15, 250);
+    const QDateTime utc = OrvQt::utc(date, time);
+    EXPECT_EQ(utc.timeSpec(), Qt::UTC);
+    EXPECT_EQ(utc.toString(Qt::ISODateWithMs), QStringLiteral("2024-02-29T23:30:15.250Z"));
+    const QDateTime ahead = OrvQt::withOffset(date, time, -(9 * 3600 + 1800));
+    EXPECT_EQ(ahead.timeSpec(), Qt::OffsetFromUTC);
+    EXPECT_EQ(ahead.toString(Qt::ISODate), QStringLiteral("2024-02-29T23:30:15-09:30"));
+    EXPECT_EQ(ahead.toUTC(), OrvQt::utc(QDate(2024, 3, 1), QTime(9, 0, 15, 250)));
+    const QDateTime local = OrvQt::local(date, time);
+    EXPECT_EQ(local.timeSpec(), Qt::LocalTime);
+    EXPECT_EQ(local.time(), time);
+    EXPECT_EQ(OrvQt::utcFromMSecs(utc.toMSecsSinceEpoch()), utc);
+    EXPECT_EQ(OrvQt::utcFromSecs(86400), OrvQt::utc(QDate(1970, 1, 2), QTime(0, 0)));
+    EXPECT_EQ(OrvQt::localFromMSecs(local.toMSecsSinceEpoch()).timeSpec(), Qt::LocalTime);
+    QDateTime moved = local;
+    OrvQt::setUtc(&moved);
+    EXPECT_EQ(moved, utc);
 }
 
 TEST(OrvFileSystemWatcher, ReportsAChangedFile)

@@ -4,12 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <QColorSpace>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 
 #include "OrvExiv2Compat.h"
 #include "OrvQtCompat.h"
 
+#include <algorithm>
 #include <thread>
 #include <vector>
 
@@ -51,7 +53,77 @@ QByteArray storeInto(const OrvFotoMetaData& record, const QByteArray& jpeg)
     return bytes;
 }
 
+// A JPEG's marker segments up to the scan, and the scan with all that follows as the last entry.
+QList<QByteArray> jpegSegments(const QByteArray& jpeg)
+{
+    QList<QByteArray> segments;
+    qsizetype at = 2;
+    while (at + 4 <= jpeg.size() && uchar(jpeg[at]) == 0xFF) {
+        if (uchar(jpeg[at + 1]) == 0xDA) {
+            segments.append(jpeg.mid(at));
+            return segments;
+        }
+        const qsizetype length = (uchar(jpeg[at + 2]) << 8) | uchar(jpeg[at + 3]);
+        segments.append(jpeg.mid(at, 2 + length));
+        at += 2 + length;
+    }
+    return {};
+}
+
+QByteArray segment(uchar marker, const QByteArray& payload)
+{
+    const qsizetype length = payload.size() + 2;
+    return QByteArray("\xFF") + char(marker) + char(length >> 8) + char(length & 0xFF) + payload;
+}
+
+// What Exiv2 writes itself: EXIF and XMP, IPTC, the comment (which it ends with a NUL).
+bool isMetadataSegment(const QByteArray& segment)
+{
+    const uchar marker = uchar(segment[1]);
+    return marker == 0xE1 || marker == 0xED || marker == 0xFE;
+}
+
 // ---------------------------------------------------------------------------
+
+TEST(NativeMetaDataExiv2, WritingBackKeepsEverythingElseByteForByte)
+{
+    // A JPEG with what the metadata writer does not own: an ICC profile, a comment, the scan.
+    const QByteArray plain = makeJpeg(96, 64);
+    const QByteArray icc = QColorSpace(QColorSpace::DisplayP3).iccProfile();
+    ASSERT_FALSE(icc.isEmpty());
+    const QByteArray original = plain.left(2) + segment(0xFE, "kept as it is") +
+                                segment(0xE2, QByteArray("ICC_PROFILE\0\x01\x01", 14) + icc) + plain.mid(2);
+    const QList<QByteArray> before = jpegSegments(original);
+    ASSERT_GE(before.size(), 5);
+
+    const QByteArray stored = storeInto(sampleRecord(), original);
+    const QList<QByteArray> after = jpegSegments(stored);
+    ASSERT_FALSE(after.isEmpty());
+    QList<QByteArray> kept;
+    for (const QByteArray& each : after) {
+        if (!isMetadataSegment(each))
+            kept.append(each);
+    }
+    QList<QByteArray> expected;
+    for (const QByteArray& each : before) {
+        if (!isMetadataSegment(each))
+            expected.append(each);
+    }
+    // Exiv2 may move segments ahead of others; their bytes and the scan stay as they were.
+    ASSERT_FALSE(kept.isEmpty());
+    EXPECT_EQ(kept.last(), expected.last());
+    std::sort(kept.begin(), kept.end());
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(kept, expected);
+    auto image = OrvExiv2::openImage(stored);
+    image->readMetadata();
+    EXPECT_EQ(OrvExiv2::iccProfile(*image), icc);
+    EXPECT_EQ(QByteArray::fromStdString(image->comment()).replace('\0', ""), "kept as it is");
+    EXPECT_EQ(OrvNativeMetaDataExiv2(kName, stored).metaData().caption(), QStringLiteral("Harbour at dusk"));
+
+    // Writing the same record again changes nothing at all.
+    EXPECT_EQ(storeInto(sampleRecord(), stored), stored);
+}
 
 TEST(NativeMetaDataExiv2, ReadsOrientationAndSizeFromBytes)
 {

@@ -1,6 +1,7 @@
 #include "OrvApplePhotosFile.h"
 #include "OrvApplePhotosFileEngine.h"
 #include "OrvApplePhotosFileEngineHandler.h"
+#include "OrvApplePhotosIterator.h"
 #include "OrvFotoRegistries.h"
 #include "OrvPhotoKitDatabase.h"
 #include "TestSupport.h"
@@ -10,8 +11,14 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QMutex>
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+#include <QDirListing>
+#endif
+
+#include <memory>
 
 namespace {
 
@@ -180,6 +187,48 @@ TEST_F(FileEngineTest, QDirListsEveryPhotoWithItsDateAndQFileInfoSeesLinks)
     QFile file(QStringLiteral("photokitfs:/photokit:foto#PLAIN1.jpeg"));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_TRUE(file.readAll().isEmpty());
+}
+
+// Qt 6.8 lists through QDirListing and advance(), earlier versions through QDirIterator and
+// hasNext()/next(): every way of listing gives the engine's own names, in its order.
+TEST_F(FileEngineTest, EveryWayOfListingGivesTheSameEntries)
+{
+    for (int i = 0; i < 5; ++i)
+        addAsset(QStringLiteral("ASSET%1").arg(i), QStringLiteral("2020-01-02T03:04:0%1Z").arg(i));
+    OrvApplePhotosFileEngine engine = engineFor(QStringLiteral("photokitfs:"));
+    const QStringList names = engine.entryList(OrvEntryListFilters(), {});
+    ASSERT_EQ(names.size(), 5);
+
+    std::unique_ptr<QAbstractFileEngineIterator> iterator(
+        engine.beginEntryList(QStringLiteral("photokitfs:"), OrvEntryListFilters(), {}));
+    ASSERT_TRUE(iterator);
+    auto* walker = static_cast<OrvApplePhotosIterator*>(iterator.get());
+    EXPECT_EQ(walker->currentFileName(), QString());
+    QStringList walked;
+    while (walker->advance())
+        walked.append(walker->currentFileName());
+    EXPECT_EQ(walked, names);
+    EXPECT_FALSE(walker->advance());
+    EXPECT_EQ(walker->currentFileName(), names.last());
+
+    QStringList expected;
+    for (const QString& name : names)
+        expected.append(QStringLiteral("photokitfs:/") + name);
+    QStringList viaIterator;
+    QDirIterator it(QStringLiteral("photokitfs:"), QDir::AllEntries | QDir::System);
+    while (it.hasNext())
+        viaIterator.append(it.next());
+    EXPECT_EQ(viaIterator, expected);
+    QStringList viaDir;
+    for (const QFileInfo& info : QDir(QStringLiteral("photokitfs:")).entryInfoList(QDir::AllEntries | QDir::System, QDir::NoSort))
+        viaDir.append(info.filePath());
+    EXPECT_EQ(viaDir, expected);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+    QStringList viaListing;
+    for (const auto& entry : QDirListing(QStringLiteral("photokitfs:"), QDirListing::IteratorFlag::IncludeHidden))
+        viaListing.append(entry.filePath());
+    EXPECT_EQ(viaListing, expected);
+#endif
 }
 
 TEST_F(FileEngineTest, ExternalizedCopiesAreOnePerPathAndStayInTheTemporaryFolder)
