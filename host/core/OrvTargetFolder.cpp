@@ -7,11 +7,57 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
+// Kernel copies and unnamed temporary files are Linux's; elsewhere (macOS) the folder
+// copies through a buffer and names its temporary files.
+#if defined(__linux__)
+#include <sys/sendfile.h>
+#define ORV_LINUX_FILES 1
+#else
+#define ORV_LINUX_FILES 0
+#endif
 
 namespace {
+
+// Copies up to count bytes of in, from *from on, to the end of out; the number copied,
+// 0 at the end of in, -1 with errno on failure. *kernel: copy_file_range may still be
+// tried (not across file systems on older kernels; sendfile is then the kernel's copy).
+ssize_t copyChunk(int in, qint64* from, int out, size_t count, bool* kernel)
+{
+#if ORV_LINUX_FILES
+    if (*kernel) {
+        loff_t offset = loff_t(*from);
+        const ssize_t copied = ::copy_file_range(in, &offset, out, nullptr, count, 0);
+        if (copied >= 0) {
+            *from = qint64(offset);
+            return copied;
+        }
+        if (errno != EXDEV && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP)
+            return -1;
+        *kernel = false;
+    }
+    off_t at = off_t(*from);
+    const ssize_t copied = ::sendfile(out, in, &at, count);
+    if (copied >= 0)
+        *from = qint64(at);
+    return copied;
+#else
+    Q_UNUSED(kernel);
+    char buffer[1 << 16];
+    const ssize_t got = ::pread(in, buffer, qMin(count, sizeof buffer), off_t(*from));
+    if (got <= 0)
+        return got;
+    for (ssize_t done = 0; done < got;) {
+        const ssize_t put = ::write(out, buffer + done, size_t(got - done));
+        if (put < 0 && errno != EINTR)
+            return -1;
+        done += qMax<ssize_t>(put, 0);
+    }
+    *from += got;
+    return got;
+#endif
+}
 
 QString systemError(int error) { return QString::fromLocal8Bit(std::strerror(error)); }
 
@@ -210,20 +256,10 @@ bool OrvTargetFolder::copyToTemporary(int in, qint64 size, QByteArray* temporary
     int failure = 0;
     bool kernelCopy = true;
     // From the start, wherever a descriptor sharing in's position left it.
-    loff_t from = 0;
-    off_t at = 0;
+    qint64 from = 0;
     while (from < size) {
         const size_t chunk = size_t(qMin<qint64>(size - from, 1 << 30));
-        ssize_t copied = kernelCopy ? ::copy_file_range(in, &from, out, nullptr, chunk, 0) : -1;
-        if (copied < 0 && kernelCopy && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
-            kernelCopy = false;
-            continue;
-        }
-        if (!kernelCopy) {
-            at = off_t(from);
-            copied = ::sendfile(out, in, &at, chunk);
-            from = loff_t(at);
-        }
+        const ssize_t copied = copyChunk(in, &from, out, chunk, &kernelCopy);
         if (copied < 0 && errno == EINTR)
             continue;
         if (copied < 0) {
@@ -264,6 +300,7 @@ int OrvTargetFolder::openTemporary(QByteArray* temporaryName, bool unnamed)
     // A file without a name: nothing to clean up after a failure or a crash, and
     // no lock on the folder while the file system looks for a free inode. It is
     // linked through /proc, so only where that is there.
+#ifdef O_TMPFILE
     static const bool linkable = ::access("/proc/self/fd", X_OK) == 0;
     if (unnamed && linkable && !myUnnamedRefused) {
         const int fd = ::openat(myFd, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, 0666);
@@ -278,6 +315,9 @@ int OrvTargetFolder::openTemporary(QByteArray* temporaryName, bool unnamed)
         if (fd >= 0)
             ::close(fd);
     }
+#else
+    Q_UNUSED(unnamed);
+#endif
     int fd = -1;
     for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
         *temporaryName = randomName();
