@@ -84,7 +84,7 @@ void Device::deliver(int session,
     std::weak_ptr<Device> self = weak_from_this();
     postToMainThread([self, session, what] {
         const auto device = self.lock();
-        if (!device || !device->mySessionOpen || device->mySession != session)
+        if (!device || !device->mySessionOpen || device->myClosing || device->mySession != session)
             return;
         if (const auto delegate = device->myDelegate.lock())
             what(device, delegate);
@@ -97,6 +97,7 @@ void Device::requestOpenSession()
 {
     if (mySessionOpen)
         return;
+    myClosing = false;
     const int session = ++mySession;
     myThread.post(TaskThread::High, [this, session] { openCamera(session); });
 }
@@ -155,6 +156,7 @@ void Device::openCamera(int session)
 
 void Device::requestCloseSession()
 {
+    myClosing = true;
     myCancel.stopping = true;
     cancelDownloads();
     std::weak_ptr<Device> self = weak_from_this();
@@ -289,7 +291,7 @@ void Device::listItems(int session)
 void Device::askForThumbnails(int session, const QList<FilePtr>& files, int from)
 {
     const auto delegate = myDelegate.lock();
-    if (!delegate || !mySessionOpen || mySession != session)
+    if (!delegate || !mySessionOpen || myClosing || mySession != session)
         return;
     // Asked a batch at a time, so that a download never waits behind a long queue.
     QList<FilePtr> wanted;

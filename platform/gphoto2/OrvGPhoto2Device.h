@@ -89,6 +89,9 @@ private:
     // Main thread only.
     std::weak_ptr<OrvImageCapture::CameraDeviceDelegate> myDelegate;
     bool mySessionOpen = false;
+    // Set when the close is asked for: from then on the session's content reaches no one,
+    // as ImageCaptureCore delivers nothing after a device is closed or removed.
+    std::atomic<bool> myClosing{false};
     std::atomic<int> mySession{0};
 
     std::mutex myDownloadsMutex;
