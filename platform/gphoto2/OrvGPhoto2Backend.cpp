@@ -115,9 +115,11 @@ bool addCamera(const QString& model, const QString& port)
         return false;
     if (port.startsWith(QLatin1String("disk:"))) {
         // The directory driver reads whatever folder it is given: never the whole disk, never nothing.
+        // The root is known by what the path leads to, not by how it is written ("/tmp/..", a link).
         const QString folder = port.mid(5);
-        const QFileInfo info(folder);
-        if (folder.isEmpty() || QDir(folder).isRoot() || !info.isDir() || QDir(folder).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot)) {
+        const QString real = folder.isEmpty() ? QString() : QFileInfo(folder).canonicalFilePath();
+        if (real.isEmpty() || QDir(real).isRoot() || !QFileInfo(real).isDir()
+            || QDir(real).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot)) {
             qDebug() << "Image Capture: no camera at" << port;
             return false;
         }

@@ -318,6 +318,15 @@ TEST_F(GPhoto2Test, ThePortMustNameAFolderWithSomethingInIt)
     QTemporaryDir empty;
     EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk:")));
     EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk:/")));
+    // The root however it is written, and through a link.
+    EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk:/tmp/../")));
+    EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk://")));
+    EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk:/./tmp/..")));
+    const QString rootLink = empty.filePath(QStringLiteral("root"));
+    ASSERT_TRUE(QFile::link(QStringLiteral("/"), rootLink));
+    EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk:") + rootLink));
+    EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk:") + rootLink + QStringLiteral("/tmp/..")));
+    QFile::remove(rootLink);
     EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk:") + empty.path()));
     EXPECT_FALSE(OrvGPhoto2::addCamera(model, QStringLiteral("disk:") + storage.filePath(QStringLiteral("missing"))));
     EXPECT_FALSE(OrvGPhoto2::addCamera(QString(), port));
