@@ -1,8 +1,8 @@
 // libFuzzer target: one pasteboard item of the Photos flavour (a property list
 // in any format, read with libplist) through the converter, as a drop would
 // bring it. Every item gives exactly one photo URL, of scheme "photokit" and
-// path "foto", and its fragment reads back to the identifier the item held;
-// anything else is a finding.
+// path "foto", and its fragment reads back to the identifier the item held,
+// which never has a NUL; anything else is a finding.
 
 #include "OrvMacPasteboardMimePhotosAsset.h"
 #include "OrvPhotoKitDatabase.h"
@@ -36,6 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 
     const QByteArray item(reinterpret_cast<const char*>(data), qsizetype(size));
     const QString identifier = OrvMacPasteboardMimePhotosAsset::localIdentifierOf(item);
+    if (identifier.contains(QChar(0)))
+        finding("an identifier with a NUL");
     QByteArray payload = converter->convertToMime(OrvMacPasteboardMimePhotosAsset::MIME, {item, item},
                                                   OrvMacPasteboardMimePhotosAsset::FLAVOR)
                              .toByteArray();

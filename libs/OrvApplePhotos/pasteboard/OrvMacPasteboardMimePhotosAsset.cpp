@@ -1,11 +1,13 @@
 #include "OrvMacPasteboardMimePhotosAsset.h"
 
 #include "OrvPhotoKitDatabase.h"
+#include "OrvPlistBoundsCheck.h"
 #include "OrvPlistCompat.h"
 
 #include <QDataStream>
 #include <QDebug>
 
+#include <cstring>
 #include <limits>
 
 const QString OrvMacPasteboardMimePhotosAsset::MIME = QStringLiteral("text/x-orv-phasset");
@@ -45,7 +47,8 @@ QUrl OrvMacPasteboardMimePhotosAsset::extractAssetUrl(const QString& localIdenti
 
 QString OrvMacPasteboardMimePhotosAsset::localIdentifierOf(const QByteArray& propertyList)
 {
-    if (propertyList.isEmpty() || quint64(propertyList.size()) > std::numeric_limits<uint32_t>::max())
+    if (propertyList.isEmpty() || quint64(propertyList.size()) > std::numeric_limits<uint32_t>::max() ||
+        !OrvPlistBoundsCheck::admits(propertyList))
         return {};
     plist_t root = OrvPlist::fromMemory(propertyList.constData(), uint32_t(propertyList.size()));
     if (!root)
@@ -54,11 +57,11 @@ QString OrvMacPasteboardMimePhotosAsset::localIdentifierOf(const QByteArray& pro
     if (plist_get_node_type(root) == PLIST_DICT) {
         const plist_t item = plist_dict_get_item(root, "localIdentifier");
         if (item && plist_get_node_type(item) == PLIST_STRING) {
-            // Read with its length: libplist asserts (aborts) copying a string with a NUL inside,
-            // which a binary property list can hold.
+            // Read with its length: libplist asserts (aborts) copying a string with a NUL inside.
+            // One with a NUL names no asset: what follows the NUL would not reach the library.
             uint64_t length = 0;
             const char* text = plist_get_string_ptr(item, &length);
-            if (text && length <= uint64_t(std::numeric_limits<qsizetype>::max()))
+            if (text && length <= uint64_t(std::numeric_limits<qsizetype>::max()) && !std::memchr(text, 0, length))
                 identifier = QString::fromUtf8(text, qsizetype(length));
         }
     }

@@ -29,7 +29,8 @@ public:
     QString convertorName() const;
     // photokit:foto#<remote id of the local identifier>
     static QUrl extractAssetUrl(const QString& localIdentifier);
-    // "localIdentifier" of a property list in any of its formats; empty when it
-    // is no property list, no dictionary, or has no such string.
+    // "localIdentifier" of an XML or binary property list; empty when it is none
+    // within OrvPlistBoundsCheck's bounds, no dictionary, or has no such string,
+    // or one with a NUL inside.
     static QString localIdentifierOf(const QByteArray& propertyList);
 };

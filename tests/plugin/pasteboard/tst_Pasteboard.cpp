@@ -108,18 +108,18 @@ TEST(PhotosAssetConverter, ItemsWithoutAnIdentifierStillGiveAUrl)
     }
 }
 
-TEST(PhotosAssetConverter, AnIdentifierWithANulInsideGivesAUrlNotAnAbort)
+TEST(PhotosAssetConverter, AnIdentifierWithANulInsideIsNone)
 {
-    // Binary property lists carry strings by length; libplist aborts copying one with a NUL inside.
-    // What libplist reports of it, up to the NUL, is the identifier.
-    QByteArray item = assetItem("AB/L0/001", true);
-    ASSERT_TRUE(item.contains("AB/L0/001"));
-    item.replace("AB/L0/001", QByteArray("AB\0L0/001", 9));
-    const QString identifier = OrvMacPasteboardMimePhotosAsset::localIdentifierOf(item);
-    EXPECT_EQ(identifier, QStringLiteral("AB"));
+    // Binary property lists carry strings by length; libplist aborts copying one with a NUL inside,
+    // and reports it only up to the NUL, where it would name another photo.
+    const QByteArray identifier("A1B2C3D4-0004/L0/001\0../../etc/passwd", 37);
+    QByteArray item = assetItem(QByteArray(identifier.size(), 'x').constData(), true);
+    ASSERT_TRUE(item.contains(QByteArray(identifier.size(), 'x')));
+    item.replace(QByteArray(identifier.size(), 'x'), identifier);
+    EXPECT_EQ(OrvMacPasteboardMimePhotosAsset::localIdentifierOf(item), QString());
     const QList<QUrl> urls = urlsOf(OrvMacPasteboardMimePhotosAsset().convertToMime(mime, {item}, flavor));
     ASSERT_EQ(urls.size(), 1);
-    EXPECT_EQ(OrvPhotoKitDatabase::toLocalIdentifier(urls[0].fragment()), identifier);
+    EXPECT_TRUE(urls[0].fragment().isEmpty());
 }
 
 TEST(PhotosAssetConverter, AnotherTypeGivesTheWarningAndNothing)
