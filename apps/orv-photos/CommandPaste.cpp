@@ -58,7 +58,17 @@ int commandPaste(const QStringList& arguments)
     }
     openAllAlbums(sources);
     int resolved = 0;
-    for (const QUrl& url : std::as_const(urls)) {
+    for (qsizetype i = 0; i < urls.size(); ++i) {
+        const QUrl& url = urls.at(i);
+        // The converter gives an item it cannot read a URL without a fragment: the item failed,
+        // not the lookup in the library.
+        if (url.fragment().isEmpty()) {
+            out().flush();
+            err() << "orv-photos paste: cannot read " << (urls.size() == arguments.size() ? arguments.at(i) : url.toString())
+                  << ": no Photos asset in it\n";
+            err().flush();
+            continue;
+        }
         out() << url.toString(QUrl::FullyEncoded) << "\n";
         const OrvExternalId id(url);
         OrvExternalDatabase* source = OrvSingleton<OrvFotoDatabaseFactory>::instance()->databaseForService(url.scheme());
