@@ -5,11 +5,16 @@
 #include "OrvFotoDetailsView.h"
 #include "OrvFotoGridModel.h"
 #include "OrvSourceTreeModel.h"
+#include "OrvTargetFolder.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QListView>
+#include <QPixmap>
 #include <QThread>
+
+#include <memory>
 
 namespace {
 
@@ -77,6 +82,21 @@ int commandBrowse(const QStringList& arguments)
         return 1;
     }
 
+    // Written like every other output: a new file in its folder, never through a link or over what is there.
+    std::unique_ptr<OrvTargetFolder> screenshotFolder;
+    const QString screenshotName = QFileInfo(screenshot).fileName();
+    if (!screenshot.isEmpty()) {
+        screenshotFolder = std::make_unique<OrvTargetFolder>(QFileInfo(screenshot).path());
+        if (!screenshotFolder->isOpen() || !OrvTargetFolder::isValidName(screenshotName)
+            || screenshotFolder->isTaken(screenshotName)) {
+            const QString why = !screenshotFolder->isOpen() ? screenshotFolder->errorString()
+                : OrvTargetFolder::isValidName(screenshotName) ? QStringLiteral("it exists, give a new name")
+                                                               : QStringLiteral("no file name");
+            err() << "orv-photos browse: cannot write " << screenshot << ": " << why << "\n";
+            return 2;
+        }
+    }
+
     QList<OrvExternalDatabase*> sources;
     for (const auto& source : registeredSources())
         sources.append(source.second);
@@ -112,8 +132,11 @@ int commandBrowse(const QStringList& arguments)
     if (!screenshot.isEmpty()) {
         window.waitForVisibleThumbnails(20000);
         QCoreApplication::processEvents();
-        if (!window.grab().save(screenshot, "PNG")) {
-            err() << "orv-photos browse: cannot write " << screenshot << "\n";
+        const QPixmap shot = window.grab();
+        const auto encode = [&shot](QIODevice* target) { return shot.save(target, "PNG"); };
+        if (!screenshotFolder->create(screenshotName, encode)) {
+            err() << "orv-photos browse: cannot write " << screenshot << ": " << screenshotFolder->errorString()
+                  << "\n";
             return 2;
         }
         out() << "saved " << screenshot << "\n";

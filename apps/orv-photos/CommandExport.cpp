@@ -100,7 +100,10 @@ int commandExport(const QStringList& givenArguments)
     }
     const OrvExternalFotoList fotos = database->getExternalDataPoolConst().fotosInAlbum(albumId);
     int written = 0;
+    bool refused = false;
     for (const OrvExternalFoto& foto : fotos) {
+        if (refused)
+            break;
         const std::unique_ptr<OrvFotoRetrieverInterface> retriever(database->createRetrieverInterface(foto.id()));
         QString name;
         switch (exporter.write(foto, retriever.get(), &name)) {
@@ -110,6 +113,12 @@ int commandExport(const QStringList& givenArguments)
         case OrvFotoExporter::WriteFailed:
             err() << "orv-photos export: cannot write " << exporter.folderPath() << "/" << name << ": "
                   << exporter.errorString() << "\n";
+            break;
+        case OrvFotoExporter::FolderRefused:
+            // Said once: every other foto would fail alike.
+            err() << "orv-photos export: cannot write into " << exporter.folderPath() << ": " << exporter.errorString()
+                  << "\n";
+            refused = true;
             break;
         case OrvFotoExporter::Nothing:
             err() << "orv-photos export: nothing for " << foto.id().toString() << "\n";

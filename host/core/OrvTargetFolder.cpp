@@ -61,6 +61,39 @@ ssize_t copyChunk(int in, qint64* from, int out, size_t count, bool* kernel)
 
 QString systemError(int error) { return QString::fromLocal8Bit(std::strerror(error)); }
 
+qsizetype encodedSize(const QString& text) { return QFile::encodeName(text).size(); }
+
+// The longest start of text, whole characters only, of at most maxBytes in the encoding of file names.
+QString cutTo(const QString& text, qsizetype maxBytes)
+{
+    if (encodedSize(text) <= maxBytes)
+        return text;
+    qsizetype end = 0;
+    qsizetype size = 0;
+    while (end < text.size()) {
+        const bool pair = text.at(end).isHighSurrogate() && end + 1 < text.size() && text.at(end + 1).isLowSurrogate();
+        const qsizetype length = pair ? 2 : 1;
+        size += encodedSize(text.mid(end, length));
+        if (size > maxBytes)
+            break;
+        end += length;
+    }
+    return text.left(end);
+}
+
+// The extension of a name, with its dot; a long run after the last dot is part of the name.
+QString extensionOf(const QString& name, int maxBytes)
+{
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    return dot > 0 && encodedSize(name.mid(dot)) <= qMin(32, maxBytes / 4) ? name.mid(dot) : QString();
+}
+
+// base shortened so that base and tail together take at most maxBytes.
+QString fitted(const QString& base, const QString& tail, int maxBytes)
+{
+    return cutTo(base, qMax<qsizetype>(0, maxBytes - encodedSize(tail))) + tail;
+}
+
 // Writes straight to the descriptor and remembers the first failure, short
 // writes included, so a full disk is told apart from a producer with nothing to give.
 class TargetFile : public QIODevice
@@ -134,7 +167,51 @@ OrvTargetFolder::~OrvTargetFolder()
 bool OrvTargetFolder::isValidName(const QString& name)
 {
     return !name.isEmpty() && name != QLatin1String(".") && name != QLatin1String("..")
-        && !name.contains(QLatin1Char('/')) && !name.contains(QChar(0)) && QFile::encodeName(name).size() < 256;
+        && !name.contains(QLatin1Char('/')) && !name.contains(QChar(0)) && QFile::encodeName(name).size() <= NAME_MAX;
+}
+
+QString OrvTargetFolder::fittingName(const QString& name, int maxBytes)
+{
+    QString cleaned = name;
+    cleaned.replace(QChar(0), QLatin1Char('_')).replace(QLatin1Char('/'), QLatin1Char('_'));
+    if (cleaned == QLatin1String(".") || cleaned == QLatin1String(".."))
+        cleaned.prepend(QLatin1Char('_'));
+    maxBytes = qBound(16, maxBytes, NAME_MAX);
+    const QString extension = extensionOf(cleaned, maxBytes);
+    return fitted(cleaned.chopped(extension.size()), extension, maxBytes);
+}
+
+QString OrvTargetFolder::uniqueName(const QString& name, const std::function<bool(const QString&)>& isUsed)
+{
+    clearFailure();
+    if (myFd < 0)
+        return {};
+    const long limit = ::fpathconf(myFd, _PC_NAME_MAX);
+    const int maxBytes = limit >= 16 ? int(qMin<long>(limit, NAME_MAX)) : NAME_MAX;
+    const QString first = fittingName(name, maxBytes);
+    if (first.isEmpty()) {
+        myError = QStringLiteral("no name given");
+        return {};
+    }
+    const QString extension = extensionOf(first, maxBytes);
+    const QString base = first.chopped(extension.size());
+    // Bounded: a folder (or a caller) that takes every name ends the search.
+    for (int n = 1; n <= 10000; ++n) {
+        const QString candidate = n == 1 ? first : fitted(base, QStringLiteral("-%1").arg(n) + extension, maxBytes);
+        if (isUsed && isUsed(candidate))
+            continue;
+        struct stat info {};
+        if (::fstatat(myFd, QFile::encodeName(candidate).constData(), &info, AT_SYMLINK_NOFOLLOW) == 0)
+            continue;
+        if (errno != ENOENT) {
+            myError = systemError(errno);
+            myFolderRefused = true;
+            return {};
+        }
+        return candidate;
+    }
+    myError = QStringLiteral("no free name for %1").arg(first);
+    return {};
 }
 
 bool OrvTargetFolder::isTaken(const QString& name) const
@@ -150,12 +227,22 @@ bool OrvTargetFolder::create(const QString& name, const QByteArray& bytes)
     return create(name, [&bytes](QIODevice* device) { return device->write(bytes) == bytes.size(); });
 }
 
-bool OrvTargetFolder::isFree(const QString& name)
+void OrvTargetFolder::clearFailure()
 {
     myWriteFailed = false;
+    myFolderRefused = false;
+}
+
+bool OrvTargetFolder::isFree(const QString& name)
+{
+    clearFailure();
     if (myFd < 0)
         return false;
-    if (!isValidName(name) || isTaken(name)) {
+    if (!isValidName(name)) {
+        myError = QStringLiteral("\"%1\" is no file name").arg(name);
+        return false;
+    }
+    if (isTaken(name)) {
         myError = QStringLiteral("%1 exists").arg(name);
         return false;
     }
@@ -172,7 +259,7 @@ bool OrvTargetFolder::create(const QString& name, const Producer& produce)
 
 bool OrvTargetFolder::replace(const QString& name, const Producer& produce)
 {
-    myWriteFailed = false;
+    clearFailure();
     if (myFd < 0 || !isValidName(name))
         return false;
     const QByteArray finalName = QFile::encodeName(name);
@@ -325,8 +412,12 @@ int OrvTargetFolder::openTemporary(QByteArray* temporaryName, bool unnamed)
         if (fd < 0 && errno != EEXIST)
             break;
     }
-    if (fd < 0)
+    if (fd < 0) {
+        // Not even an empty file: the folder takes none.
         myError = systemError(errno);
+        myWriteFailed = true;
+        myFolderRefused = true;
+    }
     return fd;
 }
 

@@ -4,6 +4,7 @@
 #include <QIODevice>
 #include <QString>
 
+#include <climits>
 #include <functional>
 
 // A folder that a user named as the target of an export or a download: the
@@ -28,11 +29,21 @@ public:
     QString errorString() const { return myError; }
     // Whether the last create failed in writing (a full disk), not in what it was given.
     bool writeFailed() const { return myWriteFailed; }
+    // Whether it failed because the folder takes no file at all (no permission, a
+    // read-only file system): every other create would fail alike.
+    bool folderRefused() const { return myFolderRefused; }
 
     // Whether anything (file, folder, link, even a dangling one) has this name.
     bool isTaken(const QString& name) const;
     // A name of one path component that can be created in a folder.
     static bool isValidName(const QString& name);
+    // name as a file system takes it: NUL and '/' replaced, at most maxBytes bytes
+    // in the encoding of file names (whole characters only), its extension kept.
+    static QString fittingName(const QString& name, int maxBytes = NAME_MAX);
+    // name fitted to this folder's file system, or its base with -2, -3, ... where
+    // something in the folder has the name or isUsed says it is used. Empty when no
+    // such name is found within a bound, or the folder cannot be looked into.
+    QString uniqueName(const QString& name, const std::function<bool(const QString&)>& isUsed = {});
 
     // Creates name with what produce writes into the device it is given. False
     // when the name is invalid or taken, produce returns false or writing fails;
@@ -65,6 +76,7 @@ public:
     qint64 temporarySize(const QByteArray& temporaryName) const;
 
 private:
+    void clearFailure();
     // Before a new file: the folder is open and name can be created (else myError says why).
     bool isFree(const QString& name);
     // The produced bytes in a new temporary file; false (and nothing left) when writing fails.
@@ -84,5 +96,6 @@ private:
     QString myPath;
     QString myError;
     bool myWriteFailed = false;
+    bool myFolderRefused = false;
     int myFd = -1;
 };

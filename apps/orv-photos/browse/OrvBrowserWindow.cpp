@@ -375,7 +375,10 @@ void OrvBrowserWindow::exportSelection(const QString& folder, const OrvFotoExpor
     ExportJob* running = myExport.get();
     running->thread = std::thread([this, running] {
         for (const auto& [foto, retriever] : std::as_const(running->fotos)) {
-            if (running->exporter->write(foto, retriever.get()) == OrvFotoExporter::Written)
+            const OrvFotoExporter::Result result = running->exporter->write(foto, retriever.get());
+            if (result == OrvFotoExporter::FolderRefused)
+                break;
+            if (result == OrvFotoExporter::Written)
                 ++running->written;
             ++running->done;
         }

@@ -17,15 +17,15 @@ QString OrvFotoExporter::uniqueName(const OrvExternalFoto& foto, const QString& 
     const QString ending = suffix.isEmpty() ? QFileInfo(fotoName).suffix() : suffix;
     if (base.isEmpty())
         base = foto.id().remoteId().isEmpty() ? QStringLiteral("foto") : foto.id().remoteId();
-    // Names come from the library: keep them inside the folder.
-    base.replace(QLatin1Char('/'), QLatin1Char('_'));
+    // Names come from the library: no hidden files (the folder shortens and cleans the rest).
     if (base.startsWith(QLatin1Char('.')))
         base.prepend(QLatin1Char('_'));
     const QString dot = ending.isEmpty() ? QString() : QStringLiteral(".") + ending;
-    QString name = base + dot;
-    for (int n = 2; myUsed.contains(name.toLower()) || myFolder.isTaken(name); ++n)
-        name = base + QStringLiteral("-%1").arg(n) + dot;
-    myUsed.insert(name.toLower());
+    const QString name = myFolder.uniqueName(base + dot, [this](const QString& taken) {
+        return myUsed.contains(taken.toLower());
+    });
+    if (!name.isEmpty())
+        myUsed.insert(name.toLower());
     return name;
 }
 
@@ -58,12 +58,16 @@ OrvFotoExporter::Result OrvFotoExporter::write(const OrvExternalFoto& foto, OrvF
     const QString fileName = uniqueName(foto, fotoName, format.isValid() ? format.suffix() : QString());
     if (name)
         *name = fileName;
+    if (fileName.isEmpty())
+        return myFolder.folderRefused() ? FolderRefused : Nothing;
     // The file as asked: stored bytes are streamed, however large, or handed over whole.
     const bool tried = produce || (data && myOptions.full);
     const bool written = produce ? myFolder.create(fileName, produce)
                                  : tried && data->saveFile(myOptions.format, &myFolder, fileName);
     if (!written) {
         myUsed.remove(fileName.toLower());
+        if (tried && myFolder.folderRefused())
+            return FolderRefused;
         return tried && myFolder.writeFailed() ? WriteFailed : Nothing;
     }
     return Written;

@@ -25,7 +25,8 @@ public:
         int edge = 0;           // with full false: the bounding square's edge
         OrvMediaFormat format;  // invalid: original
     };
-    enum Result { Written, Nothing, WriteFailed };
+    // FolderRefused: the folder takes no file at all; the rest would fail alike.
+    enum Result { Written, Nothing, WriteFailed, FolderRefused };
 
     OrvFotoExporter(const QString& folder, const Options& options);
 
