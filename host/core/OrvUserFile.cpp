@@ -93,11 +93,12 @@ bool OrvUserFile::open(OpenMode mode)
         setErrorString(QStringLiteral("read-only, opened once"));
         return false;
     }
-    const QByteArray name = QFile::encodeName(myPath);
+    const QByteArray name = myNativePath.isEmpty() ? QFile::encodeName(myPath) : myNativePath;
     // Refuse what is no regular file before opening it: opening some devices
     // already does something.
     struct stat info {};
-    if (myPath.isEmpty() || ::stat(name.constData(), &info) != 0) {
+    const int found = myFollowLinks ? ::stat(name.constData(), &info) : ::lstat(name.constData(), &info);
+    if (myPath.isEmpty() || found != 0) {
         fail(errno == ENOENT || errno == ENOTDIR || myPath.isEmpty() ? Missing : Unreadable, myPath.isEmpty() ? 0 : errno);
         return false;
     }
@@ -109,10 +110,10 @@ bool OrvUserFile::open(OpenMode mode)
     // for reading would otherwise wait for a writer.
     int fd = -1;
     do {
-        fd = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+        fd = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY | (myFollowLinks ? 0 : O_NOFOLLOW));
     } while (fd < 0 && errno == EINTR);
     if (fd < 0) {
-        fail(errno == ENOENT ? Missing : Unreadable, errno);
+        fail(errno == ENOENT ? Missing : errno == ELOOP ? NotRegular : Unreadable, errno);
         return false;
     }
     if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {

@@ -38,6 +38,12 @@ public:
 
     static qint64 sizeBound(Kind kind);
 
+    // Before open: a link at the path itself is refused instead of followed (a
+    // folder that a device serves, where a link may lead anywhere).
+    void setFollowLinks(bool follow) { myFollowLinks = follow; }
+    // Before open: the path as the system knows it, for a name that is no valid text.
+    void setNativePath(const QByteArray& path) { myNativePath = path; }
+
     // ReadOnly only; Unbuffered is implied.
     bool open(OpenMode mode = ReadOnly) override;
     void close() override;
@@ -88,4 +94,6 @@ private:
     qint64 mySize = 0;
     qint64 myOffset = 0;
     bool myRanOut = false;
+    bool myFollowLinks = true;
+    QByteArray myNativePath;
 };

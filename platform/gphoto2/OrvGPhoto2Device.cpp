@@ -6,6 +6,7 @@
 #include "OrvUniformType.h"
 #include "OrvXdgMimeApps.h"
 #include "OrvQtCompat.h"
+#include "OrvUserFile.h"
 
 #include <QDateTime>
 #include <QDebug>
@@ -13,6 +14,7 @@
 
 #include <gphoto2/gphoto2.h>
 
+#include <cerrno>
 #include <chrono>
 #include <thread>
 #include <unistd.h>
@@ -31,21 +33,40 @@ constexpr int maxFolderDepth = 32;
 // A device that another program holds is asked again after these pauses.
 // Thumbnails wait this long after a download for the next one to be asked for.
 constexpr std::chrono::milliseconds quietAfterDownload(100);
+// A storage's file is copied in pieces of this size.
+constexpr qint64 copyChunk = 1024 * 1024;
 
 QString childPath(const QString& folder, const QString& name)
 {
     return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
 }
 
-QStringList namesIn(CameraList* list)
+// As the device gives them: bytes, not always valid UTF-8.
+QList<QByteArray> namesIn(CameraList* list)
 {
-    QStringList names;
+    QList<QByteArray> names;
     for (int i = 0; i < gp_list_count(list); ++i) {
         const char* name = nullptr;
         if (gp_list_get_name(list, i, &name) >= GP_OK && name)
-            names.append(QString::fromUtf8(name));
+            names.append(QByteArray(name));
     }
     return names;
+}
+
+QString nameKey(const QString& folder, const QString& name) { return folder + QChar(0) + name; }
+
+bool writeAll(int fd, const char* data, qint64 size)
+{
+    while (size > 0) {
+        const ssize_t done = ::write(fd, data, size_t(size));
+        if (done < 0 && errno == EINTR)
+            continue;
+        if (done <= 0)
+            return false;
+        data += done;
+        size -= done;
+    }
+    return true;
 }
 
 } // namespace
@@ -55,7 +76,10 @@ std::shared_ptr<Device> Device::create(const QString& model, const QString& port
     return std::shared_ptr<Device>(new Device(model, port, uuid));
 }
 
-Device::Device(const QString& model, const QString& port, const QString& uuid) : myModel(model), myPort(port), myUuid(uuid) {}
+Device::Device(const QString& model, const QString& port, const QString& uuid)
+    : myModel(model), myPort(port), myUuid(uuid), myStorage(port)
+{
+}
 
 Device::~Device()
 {
@@ -181,6 +205,7 @@ void Device::closeCamera()
     for (const FilePtr& file : myThumbnailed)
         file->setThumbnail(QImage());
     myThumbnailed.clear();
+    myDeviceNames.clear();
     if (myCamera) {
         const auto modules = lockModules();
         const LibraryAllocations drivers;
@@ -231,6 +256,7 @@ void Device::listItems(int session)
     CameraList* list = nullptr;
     if (gp_list_new(&list) < GP_OK)
         return;
+    myDeviceNames.clear();
     // Depth first, in the camera's order; folders are items too (the source skips them).
     std::function<bool(const std::shared_ptr<const ListedFolder>&, int)> walk = [&](const std::shared_ptr<const ListedFolder>& folder,
                                                                                    int depth) {
@@ -239,22 +265,39 @@ void Device::listItems(int session)
         gp_list_reset(list);
         if (failed(gp_camera_folder_list_files(myCamera, pathBytes.constData(), list, myContext)))
             return !myDisconnected;
-        for (const QString& name : namesIn(list)) {
+        for (const QByteArray& deviceName : namesIn(list)) {
             if (mySession != session || myCancel.stopping)
                 return false;
-            CameraFileInfo info {};
-            const int result = gp_camera_file_get_info(myCamera, pathBytes.constData(), name.toUtf8().constData(), &info, myContext);
-            if (failed(result) && myDisconnected)
-                return false;
-            const bool known = result >= GP_OK;
-            const QString mime = known && (info.file.fields & GP_FILE_INFO_TYPE) ? QString::fromUtf8(info.file.type) : QString();
+            const QString name = QString::fromUtf8(deviceName);
+            QString mime;
+            qint64 modified = 0;
+            qint64 size = -1;
+            if (myStorage.isValid()) {
+                // Checked here, never asked of the driver: only what can be downloaded is an item.
+                const auto entry = myStorage.item(pathBytes, deviceName);
+                if (!entry)
+                    continue;
+                modified = entry->modified;
+                size = entry->size;
+            } else {
+                CameraFileInfo info {};
+                const int result = gp_camera_file_get_info(myCamera, pathBytes.constData(), deviceName.constData(), &info, myContext);
+                if (failed(result) && myDisconnected)
+                    return false;
+                const bool known = result >= GP_OK;
+                if (known && (info.file.fields & GP_FILE_INFO_TYPE))
+                    mime = QString::fromUtf8(info.file.type);
+                if (known && (info.file.fields & GP_FILE_INFO_MTIME))
+                    modified = qint64(info.file.mtime);
+                if (known && (info.file.fields & GP_FILE_INFO_SIZE))
+                    size = qint64(info.file.size);
+            }
+            if (name.toUtf8() != deviceName)
+                myDeviceNames.insert(nameKey(path, name), deviceName);
             QString uti = OrvUniformType::typeForMimeType(mime);
             if (uti == OrvUniformType::kUTTypeData)
                 uti = OrvUniformType::typeForExtension(name.section(QLatin1Char('.'), -1));
-            const QDateTime created = known && (info.file.fields & GP_FILE_INFO_MTIME) && info.file.mtime > 0
-                ? OrvQt::utcFromSecs(qint64(info.file.mtime))
-                : QDateTime();
-            const qint64 size = known && (info.file.fields & GP_FILE_INFO_SIZE) ? qint64(info.file.size) : -1;
+            const QDateTime created = modified > 0 ? OrvQt::utcFromSecs(modified) : QDateTime();
             auto file = std::make_shared<const ListedFile>(ItemFields{name, uti, created, folder, owner, path}, size);
             batch.append(file);
             files.append(file);
@@ -264,10 +307,14 @@ void Device::listItems(int session)
         gp_list_reset(list);
         if (failed(gp_camera_folder_list_folders(myCamera, pathBytes.constData(), list, myContext)))
             return !myDisconnected;
-        const QStringList folders = namesIn(list);
-        for (const QString& name : folders) {
+        const QList<QByteArray> folders = namesIn(list);
+        for (const QByteArray& deviceName : folders) {
             if (depth >= maxFolderDepth)
                 break;
+            // Folders are walked by their names as text; a linked folder of a storage may lead anywhere.
+            const QString name = QString::fromUtf8(deviceName);
+            if (name.toUtf8() != deviceName || (myStorage.isValid() && !myStorage.isInside(childPath(path, name).toUtf8())))
+                continue;
             auto child = std::make_shared<const ListedFolder>(
                 ItemFields{name, OrvUniformType::kUTTypeFolder, QDateTime(), folder, owner, childPath(path, name)});
             batch.append(child);
@@ -329,8 +376,13 @@ int Device::readThumbnails(int session, const QList<FilePtr>& files)
             break;
         ++done;
         int result = GP_OK;
-        const QImage thumbnail =
-            readThumbnail(myCamera, myContext, file->location(), file->name(), file->fileSize(), thumbnailEdge, &result);
+        QImage thumbnail;
+        if (myStorage.isValid()) {
+            const auto opened = myStorage.open(file->location().toUtf8(), deviceName(*file), OrvUserFile::Image);
+            thumbnail = readThumbnail(opened.get(), thumbnailEdge);
+        } else {
+            thumbnail = readThumbnail(myCamera, myContext, file->location(), file->name(), file->fileSize(), thumbnailEdge, &result);
+        }
         // Unplugged while reading: the session ends here and the rest is not asked for.
         if (thumbnail.isNull() && failed(result) && myDisconnected)
             return done;
@@ -405,27 +457,23 @@ void Device::download(const Download& request)
         reportDownload(request, Error{ErrorWriteFailed, folder.errorString()});
         return;
     }
-    ::CameraFile* cameraFile = nullptr;
-    if (gp_file_new_from_fd(&cameraFile, fd) < GP_OK) {
-        ::close(fd);
-        folder.discardTemporary(temporary);
-        reportDownload(request, Error{ErrorWriteFailed, QStringLiteral("cannot hand the file to libgphoto2")});
-        return;
-    }
     myCancel.request = request.cancelled;
-    const int result = gp_camera_file_get(myCamera, file->location().toUtf8().constData(), file->name().toUtf8().constData(),
-                                          GP_FILE_TYPE_NORMAL, cameraFile, myContext);
-    // libgphoto2 closes the descriptor it was given.
-    gp_file_unref(cameraFile);
+    qint64 expected = file->fileSize();
+    // Only where the bytes come from differs; what is checked of them does not.
+    const int result = myStorage.isValid() ? copyFromStorage(*file, fd, &expected) : copyFromCamera(*file, fd);
     myCancel.request.reset();
     const qint64 written = folder.temporarySize(temporary);
     // libgphoto2 may answer GP_OK after a cancel: the flag decides, and so does the size.
     const bool cancelled = *request.cancelled || myCancel.stopping;
-    const bool complete = result >= GP_OK && !cancelled && written >= 0 && (file->fileSize() < 0 || written == file->fileSize());
+    const bool complete = result >= GP_OK && !cancelled && written >= 0 && (expected < 0 || written == expected);
     if (!complete) {
         folder.discardTemporary(temporary);
         if (result < GP_OK)
             failed(result);
+        // Gone from the device: told as ImageCaptureCore tells it, so that no one waits for it.
+        if (!cancelled && classify(result) == Failure::NotFound) {
+            deliver(mySession, [file](const auto& device, const auto& delegate) { delegate->cameraDeviceDidRemoveItem(device, file); });
+        }
         const Error error = cancelled            ? Error{ErrorCancelled, QStringLiteral("cancelled")}
             : result < GP_OK                     ? toError(result)
                                                  : Error{ErrorWriteFailed, QStringLiteral("the file was not written whole")};
@@ -439,6 +487,58 @@ void Device::download(const Download& request)
     Download done = request;
     done.options.savedFilename = request.options.saveAsFilename;
     reportDownload(done, std::nullopt);
+}
+
+int Device::copyFromCamera(const ListedFile& file, int fd)
+{
+    ::CameraFile* cameraFile = nullptr;
+    if (gp_file_new_from_fd(&cameraFile, fd) < GP_OK) {
+        ::close(fd);
+        return GP_ERROR_NO_MEMORY;
+    }
+    const int result = gp_camera_file_get(myCamera, file.location().toUtf8().constData(), deviceName(file).constData(),
+                                          GP_FILE_TYPE_NORMAL, cameraFile, myContext);
+    // libgphoto2 closes the descriptor it was given.
+    gp_file_unref(cameraFile);
+    return result;
+}
+
+int Device::copyFromStorage(const ListedFile& file, int fd, qint64* expected)
+{
+    // Not the driver's open: that one waits forever on a named pipe and follows any link.
+    const auto source = myStorage.open(file.location().toUtf8(), deviceName(file), OrvUserFile::Media);
+    if (!source) {
+        ::close(fd);
+        return GP_ERROR_FILE_NOT_FOUND;
+    }
+    // The file as it is now; one that grows meanwhile is not followed.
+    *expected = source->size();
+    QByteArray buffer(qsizetype(qBound<qint64>(1, *expected, copyChunk)), Qt::Uninitialized);
+    int result = GP_OK;
+    for (qint64 done = 0; done < *expected;) {
+        if (myCancel.cancelled()) {
+            result = GP_ERROR_CANCEL;
+            break;
+        }
+        const qint64 got = source->readAt(done, buffer.data(), qMin<qint64>(buffer.size(), *expected - done));
+        if (got <= 0) {
+            result = GP_ERROR;
+            break;
+        }
+        if (!writeAll(fd, buffer.constData(), got)) {
+            result = GP_ERROR_NO_SPACE;
+            break;
+        }
+        done += got;
+    }
+    ::close(fd);
+    return result;
+}
+
+QByteArray Device::deviceName(const ListedFile& file) const
+{
+    const auto found = myDeviceNames.constFind(nameKey(file.location(), file.name()));
+    return found != myDeviceNames.cend() ? *found : file.name().toUtf8();
 }
 
 } // namespace OrvGPhoto2

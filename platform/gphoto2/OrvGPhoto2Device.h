@@ -5,12 +5,14 @@
 // for it: downloads first, then listing, thumbnails last. Results reach the
 // delegates on the main thread. Nothing on the device is ever changed.
 
+#include "OrvGPhoto2DiskStorage.h"
 #include "OrvGPhoto2Library.h"
 #include "OrvGPhoto2TaskThread.h"
 #include "OrvImageCapture.h"
 #include "OrvImageCaptureHub.h"
 #include "OrvImageCaptureItem.h"
 
+#include <QHash>
 #include <QList>
 
 #include <atomic>
@@ -73,6 +75,12 @@ private:
     // Returns how many of files it got to: it stops early for a download.
     int readThumbnails(int session, const QList<FilePtr>& files);
     void download(const Download& download);
+    // The file into fd (which they close); libgphoto2's result. The storage's
+    // copy tells the size the file has now: a folder's file may have changed.
+    int copyFromCamera(const OrvImageCapture::ListedFile& file, int fd);
+    int copyFromStorage(const OrvImageCapture::ListedFile& file, int fd, qint64* expected);
+    // The name as the device lists it, also where it is no valid UTF-8.
+    QByteArray deviceName(const OrvImageCapture::ListedFile& file) const;
     // A result that says the device is gone ends the session from here.
     bool failed(int result);
 
@@ -84,6 +92,8 @@ private:
     const QString myModel;
     const QString myPort;
     const QString myUuid;
+    // Valid for a folder served as a camera: its files are read here, not by the driver.
+    const DiskStorage myStorage;
     std::function<void(const QString&)> myOnDisconnect;
 
     // Main thread only.
@@ -101,6 +111,8 @@ private:
     Camera* myCamera = nullptr;
     GPContext* myContext = nullptr;
     std::deque<FilePtr> myThumbnailed;
+    // Names listed that do not survive the way through QString, by folder and name as items have them.
+    QHash<QString, QByteArray> myDeviceNames;
     CancelSource myCancel;
     std::atomic<bool> myDisconnected{false};
 

@@ -2,6 +2,7 @@
 
 #include "OrvGPhoto2Library.h"
 #include "OrvMediaLoader.h"
+#include "OrvUserFile.h"
 
 #include <QBuffer>
 
@@ -138,6 +139,27 @@ QImage readThumbnail(Camera* camera, GPContext* context, const QString& folder, 
     if (size <= 0 || size > thumbnailReadBound || (*result < GP_OK && classify(*result) == Failure::Disconnected))
         return {};
     return fromCameraFile(camera, context, folderPath, fileName, GP_FILE_TYPE_NORMAL, edge, result);
+}
+
+QImage readThumbnail(OrvUserFile* file, int edge)
+{
+    if (!file || !file->isOpen())
+        return {};
+    QByteArray head(qsizetype(qMin(headBytes, file->size())), Qt::Uninitialized);
+    const qint64 got = file->readAt(0, head.data(), head.size());
+    if (got <= 0)
+        return {};
+    head.truncate(qsizetype(got));
+    const QByteArray thumbnail = exifThumbnail(head);
+    QImage image = decodeScaled(thumbnail.constData(), thumbnail.size(), edge);
+    if (!image.isNull() || file->size() > thumbnailReadBound)
+        return image;
+    if (got == file->size())
+        return decodeScaled(head.constData(), head.size(), edge);
+    // Only the size it had when opened: a file that grows meanwhile is not followed.
+    QByteArray whole(qsizetype(file->size()), Qt::Uninitialized);
+    const qint64 read = file->readAt(0, whole.data(), whole.size());
+    return read > 0 ? decodeScaled(whole.constData(), read, edge) : QImage();
 }
 
 } // namespace OrvGPhoto2

@@ -8,6 +8,7 @@
 #include <QImage>
 #include <QString>
 
+class OrvUserFile;
 typedef struct _Camera Camera;
 typedef struct _GPContext GPContext;
 
@@ -20,6 +21,8 @@ constexpr qint64 thumbnailReadBound = 64 * 1024 * 1024;
 // result then holds libgphoto2's answer to the last read (a camera that is gone says so).
 QImage readThumbnail(Camera* camera, GPContext* context, const QString& folder, const QString& name, qint64 size,
                      int edge, int* result);
+// The same from a file opened directly (a folder served as a camera), which has no preview.
+QImage readThumbnail(OrvUserFile* file, int edge);
 // The JPEG thumbnail that the EXIF block at the start of a JPEG holds; empty when there is none.
 QByteArray exifThumbnail(const QByteArray& head);
 

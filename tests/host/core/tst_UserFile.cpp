@@ -99,6 +99,23 @@ TEST_F(UserFileTest, OnlyRegularFilesAreOpenedAndNothingBlocks)
         EXPECT_EQ(status, c.status);
         EXPECT_EQ(bytes, c.status == OrvUserFile::Ok ? QByteArray("<plist/>") : QByteArray());
     }
+    // Told not to follow links, a link is refused whatever it leads to; a name given as bytes opens.
+    OrvUserFile link(path(QStringLiteral("link-to-regular")), OrvUserFile::LibraryFile);
+    link.setFollowLinks(false);
+    EXPECT_FALSE(link.open());
+    EXPECT_EQ(link.status(), OrvUserFile::NotRegular);
+    OrvUserFile direct(regular, OrvUserFile::LibraryFile);
+    direct.setFollowLinks(false);
+    ASSERT_TRUE(direct.open());
+    EXPECT_EQ(direct.readWhole(), QByteArray("<plist/>"));
+    const QByteArray latin1 = QFile::encodeName(myDir.path()) + "/caf\xe9.xml";
+    ASSERT_TRUE(QFile::copy(regular, QFile::decodeName(QFile::encodeName(myDir.path()) + "/copy.xml")));
+    ASSERT_EQ(::rename(QFile::encodeName(path(QStringLiteral("copy.xml"))).constData(), latin1.constData()), 0);
+    OrvUserFile bytes(QFile::decodeName(latin1), OrvUserFile::LibraryFile);
+    bytes.setNativePath(latin1);
+    ASSERT_TRUE(bytes.open());
+    EXPECT_EQ(bytes.readWhole(), QByteArray("<plist/>"));
+    ::unlink(latin1.constData());
 }
 
 TEST_F(UserFileTest, XmlLibrariesThatAreNoFilesGiveNoDocument)

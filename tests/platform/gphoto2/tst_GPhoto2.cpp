@@ -18,16 +18,19 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QDirIterator>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <atomic>
 #include <csignal>
+#include <fcntl.h>
 #include <future>
 #include <mutex>
 #include <sys/resource.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace OrvImageCapture;
 
@@ -54,6 +57,29 @@ QByteArray jpegWithExifThumbnail(const QByteArray& main, const QByteArray& thumb
     segment.append(char((payload.size() + 2) >> 8)).append(char((payload.size() + 2) & 0xFF)).append(payload);
     return main.left(2) + segment + main.mid(2);
 }
+
+// Named pipes made for a test: a reader that waits on one is let go at the end.
+// Other planted names that Qt cannot remove (no valid text) go then too.
+struct Pipes
+{
+    ~Pipes()
+    {
+        for (const QByteArray& path : paths) {
+            const int fd = ::open(path.constData(), O_RDWR | O_NONBLOCK);
+            if (fd >= 0)
+                ::close(fd);
+        }
+        for (const QByteArray& path : planted)
+            ::unlink(path.constData());
+    }
+    bool make(const QString& path)
+    {
+        paths.append(QFile::encodeName(path));
+        return ::mkfifo(paths.last().constData(), 0644) == 0;
+    }
+    QList<QByteArray> paths;
+    QList<QByteArray> planted;
+};
 
 QByteArray folderFingerprint(const QString& folder)
 {
@@ -227,6 +253,7 @@ TEST_F(GPhoto2Test, ACancelledDownloadIsNeverReportedAsDoneAndLeavesNothing)
     device->requestDownloadFile(file, options, missing, nullptr);
     ASSERT_TRUE(OrvTest::waitFor([&] { return missing->done; }, 20000));
     EXPECT_TRUE(missing->failed);
+    EXPECT_EQ(missing->code, ErrorFileNotFound);
     EXPECT_EQ(QDir(target.path()).entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{"copy.jpg"});
 }
 
@@ -310,6 +337,90 @@ TEST_F(GPhoto2Test, UnpluggedWhileListingOrReadingThumbnailsTheCameraIsForgotten
     OrvTest::waitFor([] { return false; }, 300);
     EXPECT_EQ(bitmaps.load(), reported);
     EXPECT_TRUE(database->getExternalDataPoolConst().fotosInAlbum(album).isEmpty());
+    EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
+}
+
+TEST_F(GPhoto2Test, OnlyWhatCanBeDownloadedIsAnItemAndNothingHoldsTheCamera)
+{
+    Pipes pipes;
+    QTemporaryDir outside;
+    const QString secret = outside.filePath(QStringLiteral("secret.jpg"));
+    ASSERT_TRUE(OrvTest::writeFile(secret, OrvTest::makeJpeg(50, 50)));
+    const QString folder = storage.filePath(QStringLiteral("DCIM/100TEST/"));
+    ASSERT_TRUE(pipes.make(folder + QStringLiteral("IMG_0003.JPG")));
+    ASSERT_TRUE(QFile::link(secret, folder + QStringLiteral("IMG_0004.JPG")));
+    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/zero"), folder + QStringLiteral("IMG_0005.JPG")));
+    // Links that stay inside are items; so is a name that is no valid UTF-8.
+    ASSERT_TRUE(QFile::link(QStringLiteral("IMG_0002.JPG"), folder + QStringLiteral("IMG_0006.JPG")));
+    const QByteArray latin1 = QFile::encodeName(folder) + "IMG_\xe9" "0007.JPG";
+    const QByteArray latin1Photo = OrvTest::makeJpeg(30, 20);
+    const int fd = ::open(latin1.constData(), O_WRONLY | O_CREAT | O_EXCL, 0644);
+    ASSERT_GE(fd, 0);
+    pipes.planted.append(latin1);
+    ASSERT_EQ(::write(fd, latin1Photo.constData(), size_t(latin1Photo.size())), ssize_t(latin1Photo.size()));
+    ::close(fd);
+    // Root reads every file whatever its mode: the unreadable one is made only where that means something.
+    if (::geteuid() != 0) {
+        write(QStringLiteral("DCIM/100TEST/IMG_0008.JPG"), OrvTest::makeJpeg(10, 10));
+        ASSERT_TRUE(QFile::setPermissions(folder + QStringLiteral("IMG_0008.JPG"), QFileDevice::Permissions()));
+    }
+
+    const OrvExternalFotoList fotos = openCamera(5);
+    QStringList names;
+    for (const OrvExternalFoto& foto : fotos)
+        names.append(foto.id().remoteId().section(QLatin1Char('/'), -1));
+    names.sort();
+    ASSERT_EQ(names, (QStringList{"IMG_0001.JPG", "IMG_0001.JPG", "IMG_0002.JPG", "IMG_0006.JPG",
+                                  QStringLiteral("IMG_\uFFFD0007.JPG")}));
+    for (const OrvExternalFoto& foto : fotos) {
+        QElapsedTimer timer;
+        timer.start();
+        const QByteArray bytes = database->byteArray(foto.id());
+        EXPECT_LT(timer.elapsed(), 20000) << qPrintable(foto.id().remoteId());
+        if (foto.id().remoteId().endsWith(QStringLiteral("0007.JPG")))
+            EXPECT_EQ(bytes, latin1Photo);
+        else if (foto.id().remoteId().endsWith(QStringLiteral("0006.JPG")))
+            EXPECT_EQ(bytes, OrvTest::makeJpeg(320, 200));
+        else
+            EXPECT_FALSE(bytes.isEmpty()) << qPrintable(foto.id().remoteId());
+    }
+    EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
+}
+
+TEST_F(GPhoto2Test, AFileGoneOrChangedAfterTheCatalogueEndsItsWaitAtOnce)
+{
+    Pipes pipes;
+    write(QStringLiteral("DCIM/100TEST/IMG_0009.JPG"), OrvTest::makeJpeg(300, 300));
+    const OrvExternalFotoList fotos = openCamera(4);
+    ASSERT_EQ(fotos.size(), 4);
+    const OrvExternalId album(OrvAppleImageCaptureDatabase::URLScheme, QStringLiteral("album"), uuid);
+    auto idOf = [&](const QString& path) {
+        return OrvExternalId(OrvAppleImageCaptureDatabase::URLScheme, QStringLiteral("foto"), uuid + path);
+    };
+    // Deleted, swapped for a named pipe, shortened, grown.
+    ASSERT_TRUE(QFile::remove(storage.filePath(QStringLiteral("DCIM/100TEST/IMG_0002.JPG"))));
+    ASSERT_TRUE(QFile::remove(storage.filePath(QStringLiteral("DCIM/100TEST/IMG_0001.JPG"))));
+    ASSERT_TRUE(pipes.make(storage.filePath(QStringLiteral("DCIM/100TEST/IMG_0001.JPG"))));
+    const QByteArray shorter = OrvTest::makeJpeg(20, 20);
+    const QByteArray longer = OrvTest::makeJpeg(800, 600);
+    write(QStringLiteral("DCIM/100TEST/IMG_0009.JPG"), shorter);
+    write(QStringLiteral("DCIM/101TEST/IMG_0001.JPG"), longer);
+
+    for (const QString& gone : {QStringLiteral("/DCIM/100TEST/IMG_0002.JPG"), QStringLiteral("/DCIM/100TEST/IMG_0001.JPG")}) {
+        QElapsedTimer timer;
+        timer.start();
+        EXPECT_TRUE(database->waitForDownload(idOf(gone)).isEmpty());
+        EXPECT_LT(timer.elapsed(), 20000) << qPrintable(gone);
+        // Gone from the album, and a second ask does not wait either.
+        EXPECT_TRUE(OrvTest::waitFor([&] { return !database->findAlbum(album).fotoIds().contains(idOf(gone)); }));
+        timer.start();
+        EXPECT_TRUE(database->byteArray(idOf(gone)).isEmpty());
+        EXPECT_LT(timer.elapsed(), 20000) << qPrintable(gone);
+    }
+    // A changed file downloads as it is now.
+    EXPECT_EQ(database->byteArray(idOf(QStringLiteral("/DCIM/100TEST/IMG_0009.JPG"))), shorter);
+    EXPECT_EQ(database->byteArray(idOf(QStringLiteral("/DCIM/101TEST/IMG_0001.JPG"))), longer);
+    EXPECT_EQ(database->findAlbum(album).fotoIds().size(), 2);
     EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
 }
 
