@@ -38,6 +38,7 @@ import sys
 import tempfile
 import time
 
+sys.dont_write_bytecode = True  # nothing beside the scripts in the checkout
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import photoslibrary_pictures as pictures  # noqa: E402
 from photoslibrary_schema import (ALBUM_KIND, FOLDER_KIND, IMPORT_SESSION_KIND, ROOT_FOLDER_KIND,  # noqa: E402
@@ -358,7 +359,7 @@ def core_data_time(year, month=1, day=1):
 def plan_assets(rng, count, subjects, first_year, last_year):
     """Photos in the order Photos imported them, with their import sessions."""
     start, end = core_data_time(first_year), core_data_time(last_year + 1)
-    edited_subjects = [s for s in subjects if s.edited] or subjects
+    edited_subjects = [s for s in subjects if s.edited]
     assets = []
     taken = sorted(rng.uniform(start, end) for _ in range(count))
     place = 0
@@ -387,7 +388,7 @@ def plan_assets(rng, count, subjects, first_year, last_year):
                 a.burst = burst
                 if burst:
                     a.pick = 20 if frame == pick else 2
-                a.edited = not burst and rng.random() < 0.03
+                a.edited = not burst and rng.random() < 0.03 and bool(edited_subjects)
                 a.subject = rng.choice(edited_subjects if a.edited else subjects)
                 if rng.random() < 0.04:
                     a.title = rng.choice(THEMES) + (" %d" % rng.randint(1, 99) if rng.random() < 0.5 else "")
@@ -794,7 +795,7 @@ def main():
     parser.add_argument("--template", default=DEFAULT_TEMPLATE,
                         help="a library made by Photos 5 or later, its package or its Photos.sqlite (default %(default)s)")
     parser.add_argument("--years", type=years_argument, default=(2005, 2024), help="when the photos were taken")
-    parser.add_argument("--distinct", type=int, default=64, help="distinct pictures the photos share (default 64)")
+    parser.add_argument("--distinct", type=int, default=48, help="distinct pictures the photos share (default 48)")
     parser.add_argument("--original-size", type=size_argument, default=(4032, 3024),
                         help="stored size of the originals (default 4032x3024)")
     parser.add_argument("--image-cache", help="a folder that keeps the distinct pictures between runs")

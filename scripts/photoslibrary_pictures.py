@@ -16,7 +16,6 @@ import plistlib
 import shutil
 import struct
 import subprocess
-import tempfile
 import zlib
 from concurrent.futures import ThreadPoolExecutor
 
@@ -100,7 +99,8 @@ def stored_rect(rect, orientation, width, height):
     return round(x0 * width), round(x1 * width), round(y0 * height), round(y1 * height), bytes(colour)
 
 
-def render_ppm(rects, orientation, width, height):
+def ppm_rows(rects, orientation, width, height):
+    """The stored pixels as rows of RGB bytes (rows that look alike are one object)."""
     boxes = [stored_rect(rect, orientation, width, height) for rect in rects]
     rows = {}
     lines = []
@@ -115,7 +115,7 @@ def render_ppm(rects, orientation, width, height):
                     buffer[x0 * 3:x1 * 3] = colour * (x1 - x0)
             line = rows[key] = bytes(buffer)
         lines.append(line)
-    return b"P6\n%d %d\n255\n" % (width, height) + b"".join(lines)
+    return lines
 
 
 def exif_segment(orientation):
@@ -154,11 +154,13 @@ def adjustment_plist(width, height, timestamp):
                            "adjustmentTimestamp": timestamp})
 
 
-def encode(ppm, path, quality):
-    with tempfile.NamedTemporaryFile(suffix=".ppm", dir=os.path.dirname(path)) as source:
-        source.write(ppm)
-        source.flush()
-        subprocess.run(["cjpeg", "-quality", str(quality), "-outfile", path, source.name], check=True)
+def encode(rects, orientation, size, path, quality):
+    encoder = subprocess.Popen(["cjpeg", "-quality", str(quality), "-outfile", path], stdin=subprocess.PIPE)
+    with encoder.stdin:
+        encoder.stdin.write(b"P6\n%d %d\n255\n" % size)
+        encoder.stdin.writelines(ppm_rows(rects, orientation, *size))
+    if encoder.wait() != 0:
+        raise RuntimeError("cjpeg failed on %s" % path)
 
 
 def make_subject_files(index, stored, folder):
@@ -168,7 +170,7 @@ def make_subject_files(index, stored, folder):
     files = {}
     base = os.path.join(folder, "s%04d" % index)
     original = base + "-original.jpeg"
-    encode(render_ppm(layout(index, False), orientation, *stored), original, 88)
+    encode(layout(index, False), orientation, stored, original, 88)
     with open(original, "rb") as f:
         jpeg = f.read()
     with open(original, "wb") as f:
@@ -180,11 +182,11 @@ def make_subject_files(index, stored, folder):
         for kind, size in (("preview", fit_long_side(shown, PREVIEW_LONG_SIDE)),
                            ("thumbnail", fit_short_side(shown, THUMBNAIL_SHORT_SIDE))):
             path = "%s-%s%s.jpeg" % (base, prefix, kind)
-            encode(render_ppm(rects, 1, *size), path, 82)
+            encode(rects, 1, size, path, 82)
             files[prefix + kind] = path
         if grey:
             path = base + "-render.jpeg"
-            encode(render_ppm(rects, 1, *shown), path, 88)
+            encode(rects, 1, shown, path, 88)
             files["render"] = path
     return {"index": index, "orientation": orientation, "stored": list(stored),
             "files": {kind: os.path.basename(path) for kind, path in files.items()}}

@@ -111,11 +111,15 @@ class Keys:
     def __init__(self, schema, start):
         self.schema = schema
         self.top = dict(start)
+        self.roots = {}
 
     def next(self, ent):
-        root = self.schema.root(ent)
-        self.top[root] = self.top.get(root, 0) + 1
-        return self.top[root]
+        root = self.roots.get(ent)
+        if root is None:
+            root = self.roots[ent] = self.schema.root(ent)
+        top = self.top.get(root, 0) + 1
+        self.top[root] = top
+        return top
 
     def store(self, db):
         db.executemany("UPDATE Z_PRIMARYKEY SET Z_MAX = ? WHERE Z_ENT = ?",
@@ -170,7 +174,7 @@ class History:
             self.transaction_ent = schema.ent("TRANSACTION")
             self.string_ent = schema.ent("TRANSACTIONSTRING")
         self.transactions = Rows(schema, "ATRANSACTION", {})
-        self.changes = Rows(schema, "ACHANGE", {})
+        self.changes = []
         self.strings = Rows(schema, "ATRANSACTIONSTRING", {})
         self.string_pks = {}
         self.current = None
@@ -196,15 +200,23 @@ class History:
                               ZCONTEXTNAMETS=self.string(db, context))
 
     def record(self, change_type, ent, pk):
-        if not self.enabled:
-            return
-        self.changes.add(Z_PK=self.keys.next(self.change_ent), Z_ENT=self.change_ent, ZCHANGETYPE=change_type,
-                         ZENTITY=ent, ZENTITYPK=pk, ZTRANSACTIONID=self.current,
-                         ZCOLUMNS=self.masks.get(ent) if change_type == self.UPDATE else None)
+        if self.enabled:
+            self.changes.append((change_type, ent, pk, self.current))
 
     def write(self, db):
-        for rows in (self.strings, self.transactions, self.changes):
+        for rows in (self.strings, self.transactions):
             rows.write(db)
+        if not self.changes:
+            return
+        # Numbered here rather than one by one: a library has several changes per photo.
+        first = self.keys.top.get(self.change_ent, 0) + 1
+        self.keys.top[self.change_ent] = first + len(self.changes) - 1
+        masks = self.masks
+        db.executemany("INSERT INTO ACHANGE (Z_PK, Z_ENT, ZCHANGETYPE, ZENTITY, ZENTITYPK, ZTRANSACTIONID, ZCOLUMNS)"
+                       " VALUES (?, %d, ?, ?, ?, ?, ?)" % self.change_ent,
+                       [(first + n, kind, ent, pk, transaction, masks.get(ent) if kind == self.UPDATE else None)
+                        for n, (kind, ent, pk, transaction) in enumerate(self.changes)])
+        self.changes = []
 
 
 def no_op(*arguments):
