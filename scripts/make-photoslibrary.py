@@ -35,6 +35,7 @@ import shutil
 import sqlite3
 import sys
 import tempfile
+import threading
 import time
 
 sys.dont_write_bytecode = True  # nothing beside the scripts in the checkout
@@ -90,6 +91,12 @@ def link_files(package, a, plist_time=None):
             f.write(pictures.adjustment_plist(subject.shown[0], subject.shown[1], moment))
     for source, target in targets:
         pictures.link_or_copy(source, os.path.join(package, target))
+
+
+def link_all(package, assets):
+    make_folders(package)
+    for a in assets:
+        link_files(package, a)
 
 
 def make_folders(package):
@@ -240,6 +247,9 @@ def build(args):
                 writer.allocate(a)
             events.append((when, 0, batch))
         assets = [a for batch, _ in sessions for a in batch]
+        # The files do not wait for the database: the links are made beside it, on a thread of their own.
+        linker = threading.Thread(target=link_all, args=(partial, assets))
+        linker.start()
         events += [(a.edit_time, 1, a) for a in assets if a.edited]
         events += [(a.flag_time, 2, a) for a in assets if a.flag_time]
         first_time = min((e[0] for e in events), default=core_data_time(args.years[0]))
@@ -276,9 +286,7 @@ def build(args):
         db.close()
         made_database = time.monotonic()
 
-        make_folders(partial)
-        for a in assets:
-            link_files(partial, a)
+        linker.join()
         if tail:
             add_assets(partial, tail, [s for s in subjects if not s.edited] or subjects, rng, history_end + 86400)
         shutil.rmtree(pool)
