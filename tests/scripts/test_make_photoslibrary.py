@@ -362,6 +362,56 @@ class GeneratedLibrary(unittest.TestCase):
         self.assertEqual(fingerprint(TEMPLATE), self.template_files)
 
 
+class OtherPhotosVersions(unittest.TestCase):
+    """A template with what changes between Photos versions: the asset table's name and its entity
+    under a root entity (Photos 5), renamed columns (Photos 10), other entity numbers."""
+
+    def test_names_and_numbers_come_from_the_template(self):
+        scratch = tempfile.mkdtemp()
+        try:
+            template = os.path.join(scratch, "Photos.sqlite")
+            shutil.copyfile(os.path.join(TEMPLATE, "database", "Photos.sqlite"), template)
+            shutil.copyfile(os.path.join(TEMPLATE, "database", "Photos.sqlite-wal"), template + "-wal")
+            db = sqlite3.connect(template)
+            db.create_function("NSCoreDataDATriggerInsertUpdatedAffectedObjectValue", -1, lambda *a: None)
+            db.create_function("NSCoreDataDATriggerUpdatedAffectedObjectValue", -1, lambda *a: None)
+            db.create_function("NSCoreDataTriggerUpdateAffectedObjectValue", -1, lambda *a: None)
+            db.executescript("""
+                ALTER TABLE ZASSET RENAME TO ZGENERICASSET;
+                ALTER TABLE ZGENERICASSET RENAME COLUMN ZHASADJUSTMENTS TO ZADJUSTMENTSSTATE;
+                ALTER TABLE ZADDITIONALASSETATTRIBUTES RENAME COLUMN ZMASTERFINGERPRINT TO ZORIGINALSTABLEHASH;
+                ALTER TABLE Z_28ASSETS RENAME COLUMN Z_3ASSETS TO Z_70ASSETS;
+                ALTER TABLE Z_28ASSETS RENAME COLUMN Z_FOK_3ASSETS TO Z_FOK_70ASSETS;
+                INSERT INTO Z_PRIMARYKEY (Z_ENT, Z_NAME, Z_SUPER, Z_MAX) VALUES (70, 'GenericAsset', 0, 5);
+                UPDATE Z_PRIMARYKEY SET Z_ENT = 71, Z_SUPER = 70, Z_MAX = 0 WHERE Z_NAME = 'Asset';
+                UPDATE ZGENERICASSET SET Z_ENT = 71;
+                UPDATE ACHANGE SET ZENTITY = 71 WHERE ZENTITY = 3;""")
+            db.close()
+            out = os.path.join(scratch, "Older.photoslibrary")
+            result = generate(out, "--template", template, "--assets", "300", "--albums", "10", "--distinct", "8",
+                              "--original-size", "64x48", "--wal-assets", "2")
+            self.assertEqual(result.returncode, 0, result.stderr)
+            result = subprocess.run([sys.executable, SCRIPT, "--add-one", out], capture_output=True, text=True)
+            self.assertEqual(result.returncode, 0, result.stderr)
+            made = sqlite3.connect("file:%s?mode=ro" % os.path.join(out, "database", "Photos.sqlite"), uri=True)
+            real = sqlite3.connect("file:%s?mode=ro" % template, uri=True)
+            master = "SELECT type, name, tbl_name, sql FROM sqlite_master"
+            self.assertEqual(collections.Counter(rows(made, master)), collections.Counter(rows(real, master)))
+            real.close()
+            self.assertEqual(rows(made, "SELECT Z_ENT, count(*) FROM ZGENERICASSET GROUP BY Z_ENT"), [(71, 301)])
+            self.assertEqual(rows(made, "SELECT Z_MAX FROM Z_PRIMARYKEY WHERE Z_ENT = 70"), [(301,)])
+            self.assertEqual(rows(made, "SELECT count(DISTINCT ZENTITYPK) FROM ACHANGE WHERE ZCHANGETYPE = 0"
+                                        " AND ZENTITY = 71"), [(301,)])
+            self.assertGreater(rows(made, "SELECT sum(ZADJUSTMENTSSTATE) FROM ZGENERICASSET")[0][0], 0)
+            self.assertEqual(rows(made, "SELECT count(ZORIGINALSTABLEHASH) FROM ZADDITIONALASSETATTRIBUTES"), [(301,)])
+            self.assertEqual(rows(made, "SELECT count(*) FROM Z_28ASSETS j LEFT JOIN ZGENERICASSET a"
+                                        " ON a.Z_PK = j.Z_70ASSETS WHERE a.Z_PK IS NULL"), [(0,)])
+            self.assertGreater(rows(made, "SELECT count(*) FROM Z_28ASSETS")[0][0], 0)
+            made.close()
+        finally:
+            shutil.rmtree(scratch)
+
+
 class Refusals(unittest.TestCase):
     def test_missing_template_is_one_clear_line(self):
         scratch = tempfile.mkdtemp()
