@@ -62,6 +62,23 @@ inline OrvExternalId allPhotosId()
     return OrvExternalId(QStringLiteral("photokit"), QStringLiteral("all"), QString());
 }
 
+// The benchmarks run without a display unless one is asked for.
+inline void useOffscreenPlatform()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
+// The package named first on the command line; empty (and the usage on stderr) without one.
+inline QString packageArgument(const QStringList& arguments, const char* usage)
+{
+    if (arguments.isEmpty() || arguments.first().startsWith(QLatin1String("--"))) {
+        std::fprintf(stderr, "usage: %s\n", usage);
+        return QString();
+    }
+    return arguments.first();
+}
+
 // The value of "--name VALUE" in arguments, or fallback.
 inline QString option(const QStringList& arguments, const QString& name, const QString& fallback = QString())
 {

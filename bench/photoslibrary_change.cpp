@@ -21,15 +21,13 @@
 
 int main(int argc, char** argv)
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    OrvBench::useOffscreenPlatform();
     QApplication app(argc, argv);
     const QStringList arguments = app.arguments().mid(1);
-    if (arguments.isEmpty() || arguments.first().startsWith(QLatin1String("--"))) {
-        std::fprintf(stderr, "usage: bench_photoslibrary_change LIBRARY.photoslibrary [--rounds N] [--expect N]\n");
+    const QString package =
+        OrvBench::packageArgument(arguments, "bench_photoslibrary_change LIBRARY.photoslibrary [--rounds N] [--expect N]");
+    if (package.isEmpty())
         return 2;
-    }
-    const QString package = arguments.first();
     const int rounds = qMax(1, OrvBench::option(arguments, QStringLiteral("--rounds"), QStringLiteral("5")).toInt());
     const int expected = OrvBench::option(arguments, QStringLiteral("--expect"), QStringLiteral("-1")).toInt();
     const QString script = QStringLiteral(ORV_BENCH_SOURCE_DIR "/../scripts/make-photoslibrary.py");
@@ -74,7 +72,8 @@ int main(int argc, char** argv)
             return 1;
         }
         const QJsonObject added = QJsonDocument::fromJson(add.readAllStandardOutput()).object();
-        const QString remoteId = OrvPhotoKitDatabase::fromLocalIdentifier(added.value(QStringLiteral("localIdentifier")).toString());
+        const QString localIdentifier = added.value(QStringLiteral("localIdentifier")).toString();
+        const QString remoteId = OrvPhotoKitDatabase::fromLocalIdentifier(localIdentifier);
         const qint64 committed = qint64(added.value(QStringLiteral("committedNs")).toDouble());
         if (remoteId.isEmpty() || committed <= 0) {
             std::fprintf(stderr, "make-photoslibrary.py --add-one said nothing of use\n");

@@ -23,20 +23,19 @@ int main(int argc, char** argv)
     QElapsedTimer sinceStart;
     sinceStart.start();
     const qint64 startCpu = OrvBench::cpuNs();
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    OrvBench::useOffscreenPlatform();
     QApplication app(argc, argv);
     const QStringList arguments = app.arguments().mid(1);
-    if (arguments.isEmpty() || arguments.first().startsWith(QLatin1String("--"))) {
-        std::fprintf(stderr, "usage: bench_photoslibrary_open_all LIBRARY.photoslibrary [--expect N]\n");
+    const QString package =
+        OrvBench::packageArgument(arguments, "bench_photoslibrary_open_all LIBRARY.photoslibrary [--expect N]");
+    if (package.isEmpty())
         return 2;
-    }
     const int expected = OrvBench::option(arguments, QStringLiteral("--expect"), QStringLiteral("-1")).toInt();
     const qint64 baseRss = OrvBench::statusField("VmRSS:");
     // Metadata of every photo stays in the cache, as in a session that keeps the library open.
     OrvSingleton<OrvFotoCacheManager>::instance()->setBudget(qint64(2) * 1024 * 1024 * 1024);
 
-    if (!OrvBench::installPhotosLibrary(arguments.first()))
+    if (!OrvBench::installPhotosLibrary(package))
         return 1;
     const qint64 openedMs = sinceStart.elapsed();
     OrvPhotoKitDatabase database;

@@ -40,19 +40,18 @@ int main(int argc, char** argv)
 {
     QElapsedTimer sinceStart;
     sinceStart.start();
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    OrvBench::useOffscreenPlatform();
     QApplication app(argc, argv);
     const QStringList arguments = app.arguments().mid(1);
-    if (arguments.isEmpty() || arguments.first().startsWith(QLatin1String("--"))) {
-        std::fprintf(stderr, "usage: bench_photoslibrary_thumbnails LIBRARY.photoslibrary [--columns C] [--rows R] [--list FILE]\n");
+    const QString package = OrvBench::packageArgument(
+        arguments, "bench_photoslibrary_thumbnails LIBRARY.photoslibrary [--columns C] [--rows R] [--list FILE]");
+    if (package.isEmpty())
         return 2;
-    }
     const int columns = qMax(1, OrvBench::option(arguments, QStringLiteral("--columns"), QStringLiteral("8")).toInt());
     const int rows = qMax(1, OrvBench::option(arguments, QStringLiteral("--rows"), QStringLiteral("6")).toInt());
     const QString list = OrvBench::option(arguments, QStringLiteral("--list"));
 
-    if (!OrvBench::installPhotosLibrary(arguments.first()))
+    if (!OrvBench::installPhotosLibrary(package))
         return 1;
     OrvPhotoKitDatabase database;
     OrvBrowserWindow window({&database});
@@ -93,7 +92,8 @@ int main(int argc, char** argv)
     }
     if (!list.isEmpty()) {
         QFile file(list);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write((shown.join(QLatin1Char('\n')) + QLatin1Char('\n')).toUtf8()) < 0) {
+        const QByteArray lines = (shown.join(QLatin1Char('\n')) + QLatin1Char('\n')).toUtf8();
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(lines) < 0) {
             std::fprintf(stderr, "cannot write %s\n", qPrintable(list));
             return 1;
         }

@@ -77,7 +77,7 @@ def private_copy(template, folder):
     fail("the template %s kept changing while it was copied" % template)
 
 
-def link_files(package, a, plist_time=None):
+def link_files(package, a):
     subject, folder = a.subject, a.uuid[0]
     prefix = "edited-" if a.edited else ""
     targets = [(subject.paths["original"], "originals/%s/%s.jpeg" % (folder, a.uuid)),
@@ -179,6 +179,8 @@ def add_one(args):
     reader = sqlite3.connect("file:%s?mode=ro" % path, uri=True)
     try:
         subject = library_subject(package, reader)
+    except (sqlite3.Error, ValueError) as error:
+        fail("cannot add a photo to %s: %s" % (package, error))
     finally:
         reader.close()
     pool = None
@@ -188,6 +190,8 @@ def add_one(args):
     try:
         when = time.time() - CORE_DATA_EPOCH
         assets, committed = add_assets(package, 1, [subject], rng, when)
+    except (sqlite3.Error, OSError, ValueError) as error:
+        fail("cannot add a photo to %s: %s" % (package, error))
     finally:
         if pool:
             shutil.rmtree(pool)
@@ -209,7 +213,8 @@ def build(args):
     scratch = tempfile.mkdtemp(prefix="make-photoslibrary-")
     try:
         template_path, template_package = private_copy(args.template, scratch)
-        template = Template(sqlite3.connect(template_path))
+        template_db = sqlite3.connect(template_path)
+        template = Template(template_db)
         os.makedirs(os.path.join(partial, "database"))
         pool = os.path.join(partial, ".pictures")
         subjects = pictures.make_pool(pool, args.distinct, args.original_size, args.image_cache)
@@ -223,9 +228,11 @@ def build(args):
         for sql in triggers:
             db.execute(sql)
         register_core_data_functions(db)
+        # From here on the new database answers for the structure (the template's, in the same words).
         schema = Schema(db)
         keys = Keys(schema, schema.max_pks(with_z_max=False))
         template.schema = schema
+        template_db.close()
         writer = Writer(db, template, keys, rng)
         root = db.execute("SELECT Z_PK FROM ZGENERICALBUM WHERE ZKIND = ?", (ROOT_FOLDER_KIND,)).fetchone()
         if root is None:
@@ -290,7 +297,7 @@ def build(args):
         if tail:
             add_assets(partial, tail, [s for s in subjects if not s.edited] or subjects, rng, history_end + 86400)
         shutil.rmtree(pool)
-        for name in pictures_files_of(template_package):
+        for name in package_files_of(template_package):
             os.makedirs(os.path.dirname(os.path.join(partial, name)), exist_ok=True)
             shutil.copyfile(os.path.join(template_package, name), os.path.join(partial, name))
         os.rename(partial, out)
@@ -304,8 +311,10 @@ def build(args):
              time.monotonic() - started, made_pictures - started, made_database - made_pictures), file=sys.stderr)
 
 
-def pictures_files_of(package):
+def package_files_of(package):
     return [name for name in PACKAGE_FILES if os.path.isfile(os.path.join(package, name))]
+
+
 def size_argument(text):
     width, _, height = text.partition("x")
     if not (width.isdigit() and height.isdigit() and 16 <= int(width) <= 20000 and 16 <= int(height) <= 20000):
@@ -338,7 +347,8 @@ def main():
     parser.add_argument("--image-cache", help="a folder that keeps the distinct pictures between runs")
     parser.add_argument("--wal-assets", type=int, default=0,
                         help="photos imported last that stay in the write-ahead log (default 0: the log is empty)")
-    parser.add_argument("--add-one", metavar="DIR", help="add one photo to the library DIR as Photos would")
+    parser.add_argument("--add-one", metavar="DIR",
+                        help="add one photo to the library DIR as Photos would (a generated library or a copy)")
     args = parser.parse_args()
     if args.add_one:
         add_one(args)

@@ -44,7 +44,8 @@ class Template:
         if s.has("ZINTERNALRESOURCE", "ZDATASTOREKEYDATA"):
             for version, subtype, key, quality in db.execute(
                     "SELECT ZVERSION, ZDATASTORESUBTYPE, ZDATASTOREKEYDATA, %s FROM ZINTERNALRESOURCE"
-                    " GROUP BY ZVERSION, ZDATASTORESUBTYPE" % ("ZQUALITYSORTVALUE" if s.has("ZINTERNALRESOURCE", "ZQUALITYSORTVALUE") else "NULL")):
+                    " GROUP BY ZVERSION, ZDATASTORESUBTYPE"
+                    % ("ZQUALITYSORTVALUE" if s.has("ZINTERNALRESOURCE", "ZQUALITYSORTVALUE") else "NULL")):
                 self.resource_keys.setdefault((version, subtype), (key, quality))
         self.places = []
         if s.has("ZADDITIONALASSETATTRIBUTES", "ZREVERSELOCATIONDATA"):
@@ -126,7 +127,8 @@ class Writer:
 
     def allocate(self, asset):
         asset.aa = self.keys.next(self.attribute_ent)
-        asset.ea = self.keys.next(self.extended_ent) if self.extended_ent and "ZEXTENDEDATTRIBUTES" in self.schema.columns else None
+        has_extended = self.extended_ent and "ZEXTENDEDATTRIBUTES" in self.schema.columns
+        asset.ea = self.keys.next(self.extended_ent) if has_extended else None
         asset.pk = self.keys.next(self.asset_ent)
         asset.resources = [self.keys.next(self.resource_ent) for _ in range(3 if asset.edited else 2)]
         if asset.edited and self.adjustment_ent:

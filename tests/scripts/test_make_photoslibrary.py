@@ -425,6 +425,20 @@ class Refusals(unittest.TestCase):
         finally:
             shutil.rmtree(scratch)
 
+    def test_adding_to_what_is_no_library_is_one_clear_line(self):
+        scratch = tempfile.mkdtemp()
+        try:
+            os.makedirs(os.path.join(scratch, "database"))
+            with open(os.path.join(scratch, "database", "Photos.sqlite"), "wb") as f:
+                f.write(b"SQLite format 3\0" + b"\xff" * 200)
+            for package in (scratch, os.path.join(scratch, "missing")):
+                result = subprocess.run([sys.executable, SCRIPT, "--add-one", package], capture_output=True, text=True)
+                self.assertEqual(result.returncode, 2, result.stderr)
+                self.assertEqual(len(result.stderr.strip().splitlines()), 1, result.stderr)
+                self.assertEqual(result.stdout, "")
+        finally:
+            shutil.rmtree(scratch)
+
     def test_same_seed_same_library(self):
         scratch = tempfile.mkdtemp()
         try:
