@@ -31,6 +31,8 @@ EPOCH = 978307200
 ASSETS, ALBUMS, FOLDERS, ALBUM_SIZE, TAIL = 900, 30, 6, 20, 4
 ORIGINAL = (320, 240)
 
+TEMPLATE_FILES = {}
+
 try:
     import zoneinfo
 except ImportError:
@@ -94,10 +96,20 @@ def album_join(db):
     return table, album, asset, order
 
 
+def setUpModule():
+    global TEMPLATE_FILES
+    TEMPLATE_FILES = fingerprint(TEMPLATE)
+
+
+def tearDownModule():
+    # Every test reads the real library; none may have written a byte into it.
+    if fingerprint(TEMPLATE) != TEMPLATE_FILES:
+        raise AssertionError("the real library at %s changed" % TEMPLATE)
+
+
 class GeneratedLibrary(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.template_files = fingerprint(TEMPLATE)
         cls.scratch = tempfile.mkdtemp(prefix="test-make-photoslibrary-")
         cls.package = os.path.join(cls.scratch, "Generated.photoslibrary")
         result = generate(cls.package, "--assets", str(ASSETS), "--albums", str(ALBUMS), "--folders", str(FOLDERS),
@@ -359,7 +371,52 @@ class GeneratedLibrary(unittest.TestCase):
                          "the library it was copied from stays as it was")
 
     def test_template_is_left_as_it_was(self):
-        self.assertEqual(fingerprint(TEMPLATE), self.template_files)
+        self.assertEqual(fingerprint(TEMPLATE), TEMPLATE_FILES)
+
+
+class RealLibraryCopy(unittest.TestCase):
+    def test_adding_a_photo_to_a_copy_of_the_real_library(self):
+        scratch = tempfile.mkdtemp()
+        try:
+            package = os.path.join(scratch, "Copy.photoslibrary")
+            shutil.copytree(TEMPLATE, package, ignore=shutil.ignore_patterns("*-shm", "private"))
+            for parent, folders, files in os.walk(package):
+                for name in folders + files:
+                    os.chmod(os.path.join(parent, name), 0o755 if name in folders else 0o644)
+            os.chmod(package, 0o755)
+            database = os.path.join(package, "database", "Photos.sqlite")
+            db = sqlite3.connect("file:%s?mode=ro" % database, uri=True)
+            last_transaction = rows(db, "SELECT max(Z_PK) FROM ATRANSACTION")[0][0]
+            before = rows(db, "SELECT ZUUID FROM ZASSET ORDER BY Z_PK")
+            db.close()
+            result = subprocess.run([sys.executable, SCRIPT, "--add-one", package, "--seed", "9"], capture_output=True,
+                                    text=True)
+            self.assertEqual(result.returncode, 0, result.stderr)
+            added = json.loads(result.stdout)
+            db = sqlite3.connect("file:%s?mode=ro" % database, uri=True)
+            try:
+                self.assertEqual(rows(db, "PRAGMA integrity_check"), [("ok",)])
+                self.assertEqual(rows(db, "SELECT ZUUID FROM ZASSET ORDER BY Z_PK"), before + [(added["uuid"],)])
+                self.assertEqual(rows(db, "SELECT count(*) FROM ATRANSACTION WHERE Z_PK > ?", last_transaction), [(1,)])
+                inserted = {name for (name,) in rows(db, "SELECT p.Z_NAME FROM ACHANGE c JOIN Z_PRIMARYKEY p"
+                                                         " ON p.Z_ENT = c.ZENTITY WHERE c.ZTRANSACTIONID > ?"
+                                                         " AND c.ZCHANGETYPE = 0", last_transaction)}
+                self.assertEqual(inserted, {"Asset", "AdditionalAssetAttributes", "InternalResource",
+                                            "ExtendedAttributes", "ImportSession"})
+                # The new photo shares the files of an unedited one and says so in its rows.
+                width, height, size, directory, filename = rows(
+                    db, "SELECT aa.ZORIGINALWIDTH, aa.ZORIGINALHEIGHT, aa.ZORIGINALFILESIZE, a.ZDIRECTORY, a.ZFILENAME"
+                        " FROM ZASSET a JOIN ZADDITIONALASSETATTRIBUTES aa ON aa.Z_PK = a.ZADDITIONALATTRIBUTES"
+                        " WHERE a.ZUUID = ?", added["uuid"])[0]
+                original = os.path.join(package, "originals", directory, filename)
+                self.assertEqual(os.path.getsize(original), size)
+                self.assertEqual(jpeg_facts(original)[:2], (width, height))
+                self.assertGreater(os.stat(original).st_nlink, 1)
+            finally:
+                db.close()
+            self.assertGreater(os.path.getsize(database + "-wal"), 0, "the photo is in the log, as Photos leaves it")
+        finally:
+            shutil.rmtree(scratch)
 
 
 class OtherPhotosVersions(unittest.TestCase):
