@@ -42,7 +42,7 @@ sys.dont_write_bytecode = True  # nothing beside the scripts in the checkout
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import photoslibrary_pictures as pictures  # noqa: E402
 from photoslibrary_plan import (CORE_DATA_EPOCH, PLACES, Asset, core_data_time, new_uuid, plan_assets,  # noqa: E402
-                                plan_collections, time_collections, utc_offset, visible)
+                                plan_collections, time_collections, utc_offset, visible, zone_name)
 from photoslibrary_rows import Template, Tree, Writer, create_structure  # noqa: E402
 from photoslibrary_schema import (ROOT_FOLDER_KIND, Keys, Schema, open_private, quote,  # noqa: E402
                                   register_core_data_functions)
@@ -127,7 +127,7 @@ def add_assets(package, count, subjects, rng, when):
             a.created = round(when - rng.uniform(60, 3600), 3)
             zone, lat, lon = PLACES[0]
             a.offset = utc_offset(zone, a.created + CORE_DATA_EPOCH)
-            a.zone = zone
+            a.zone = zone_name(zone, a.offset)
             a.location = (round(lat + rng.uniform(-0.2, 0.2), 8), round(lon + rng.uniform(-0.2, 0.2), 8))
             a.subject = subjects[n % len(subjects)]
             a.added = round(when + n * 0.01, 6)

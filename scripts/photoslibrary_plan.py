@@ -17,6 +17,7 @@ CITY_NAMES = ["Berlin", "München", "London", "San Juan Capistrano", "New York",
 THEMES = ["Family", "Garden", "Kids", "Best of", "Wedding", "Birthday", "Zoo", "Fotobuch", "Café ☕", "Größte Hits",
           "Hiking", "Christmas", "Projects", "Friends", "Cars", "Food"]
 FOLDER_NAMES = ["Travel", "Family", "Archive", "Projects", "Events", "Sport", "Work", "Scans", "Übersicht", "Misc"]
+
 try:
     import zoneinfo
     zoneinfo.ZoneInfo("Europe/Berlin")
@@ -35,6 +36,11 @@ def gmt_name(offset):
         return "GMT"
     sign = "+" if offset > 0 else "-"
     return "GMT%s%02d%02d" % (sign, abs(offset) // 3600, abs(offset) % 3600 // 60)
+
+
+def zone_name(zone, offset, named=True):
+    """The zone as Photos names it: by its IANA name, or as GMT-0700 (always, without a tz database)."""
+    return zone if named and zoneinfo else gmt_name(offset)
 
 
 def utc_offset(zone, unix):
@@ -89,7 +95,7 @@ def plan_assets(rng, count, subjects, first_year, last_year):
                 zone, lat, lon = PLACES[place]
                 a.place = place
                 a.offset = utc_offset(zone, a.created + CORE_DATA_EPOCH)
-                a.zone = zone if rng.random() < 0.6 else gmt_name(a.offset)
+                a.zone = zone_name(zone, a.offset, rng.random() < 0.6)
                 if rng.random() < 0.7:
                     a.location = (round(lat + rng.uniform(-0.2, 0.2), 8), round(lon + rng.uniform(-0.2, 0.2), 8))
                 a.burst = burst
