@@ -14,6 +14,8 @@ packages=(
   libheif-dev libheif-examples qt6-image-formats-plugins
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev libvips-tools libjpeg-turbo-progs python3
+  # benchmarks of Photos libraries: sqlite3 reading the same rows, GNU time
+  sqlite3 time
   # sanitizers and fuzzing with clang
   clang libclang-rt-dev
   # cameras: device detection through udev; gphoto2 as the benchmarks' peer
