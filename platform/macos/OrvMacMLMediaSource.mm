@@ -1,0 +1,71 @@
+#include "OrvMacMLMediaSource.h"
+
+#include "OrvMacFoundation.h"
+#include "OrvMacMLMediaGroup.h"
+#include "OrvMacMLMediaObject.h"
+#include "OrvMacWrapperCache.h"
+
+// MediaLibrary is the Photos library's framework before macOS 10.15, which deprecated it.
+#pragma clang diagnostic ignored "-Wdeprecated-declarations"
+
+using namespace OrvMediaLibrary;
+
+namespace {
+
+// Never destroyed: adapters may outlive the program's static objects.
+OrvMacWrapperCache<OrvMacMLMediaSource>& adapters()
+{
+    static auto* cache = new OrvMacWrapperCache<OrvMacMLMediaSource>;
+    return *cache;
+}
+
+} // namespace
+
+std::shared_ptr<OrvMacMLMediaSource> OrvMacMLMediaSource::adapt(MLMediaSource* source)
+{
+    if (!source)
+        return nullptr;
+    return adapters().get((__bridge const void*)source,
+                          [source] { return std::shared_ptr<OrvMacMLMediaSource>(new OrvMacMLMediaSource(source)); });
+}
+
+OrvMacMLMediaSource::~OrvMacMLMediaSource()
+{
+    adapters().forget((__bridge const void*)mySource);
+}
+
+void OrvMacMLMediaSource::addObserver(const std::weak_ptr<KeyValueObserver>& observer, const QString& keyPath,
+                                      KeyValueObservingOptions options, const void* context)
+{
+    myObservation.add(observer, keyPath, options, context, weak_from_this());
+}
+
+void OrvMacMLMediaSource::removeObserver(const KeyValueObserver* observer, const QString& keyPath, const void* context)
+{
+    myObservation.remove(observer, keyPath, context);
+}
+
+QString OrvMacMLMediaSource::mediaSourceIdentifier() const
+{
+    return OrvMacFoundation::string(mySource.mediaSourceIdentifier);
+}
+
+MediaGroupPtr OrvMacMLMediaSource::rootMediaGroup()
+{
+    return OrvMacMLMediaGroup::adapt(mySource.rootMediaGroup);
+}
+
+MediaGroupPtr OrvMacMLMediaSource::mediaGroupForIdentifier(const QString& identifier)
+{
+    if (!mySource.rootMediaGroup)
+        return nullptr;
+    return OrvMacMLMediaGroup::adapt([mySource mediaGroupForIdentifier:identifier.toNSString()]);
+}
+
+MediaObjectPtr OrvMacMLMediaSource::mediaObjectForIdentifier(const QString& identifier)
+{
+    if (!mySource.rootMediaGroup)
+        return nullptr;
+    MLMediaObject* object = [mySource mediaObjectForIdentifier:identifier.toNSString()];
+    return object ? std::make_shared<OrvMacMLMediaObject>(object) : nullptr;
+}
