@@ -35,8 +35,8 @@ done < <("$clang" -x c++ -E -v /dev/null 2>&1 | sed -n '/#include <...> search s
 project_includes=()
 while read -r dir; do
   project_includes+=(-I "$dir")
-done < <(find "$root/host" "$root/platform" "$root/libs" "$root/apps" -name '*.h' -not -path '*/checkdecls/*' \
-           -printf '%h\n' | sort -u)
+done < <(find "$root/host" "$root/platform" "$root/libs" "$root/apps" "$root/tests/common" "$root/tests/platform/imageio" \
+           -name '*.h' -not -path '*/checkdecls/*' -printf '%h\n' | sort -u)
 
 flags=(
   -target x86_64-apple-macos10.13          # the oldest system the adapters are written for
