@@ -56,14 +56,18 @@ OrvMacICDevice::~OrvMacICDevice()
 void OrvMacICDevice::setDelegate(const std::weak_ptr<CameraDeviceDelegate>& delegate)
 {
     OrvMacICDeviceForwarder* forwarder = [[OrvMacICDeviceForwarder alloc] initWithDevice:weak_from_this()];
+    id previous = nil;
     {
         std::lock_guard<std::mutex> lock(myMutex);
         myDelegate = delegate;
+        previous = myForwarder;
         myForwarder = forwarder;
     }
     ICDevice* device = myDevice;
+    // The previous forwarder lives until the device no longer knows it.
     OrvMacFoundation::onMainThread(^{
         device.delegate = forwarder;
+        (void)previous;
     });
 }
 

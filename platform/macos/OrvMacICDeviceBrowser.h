@@ -4,11 +4,13 @@
 
 #include "OrvImageCapture.h"
 
+#include <map>
 #include <mutex>
 
 // ICDeviceBrowser as OrvImageCapture::DeviceBrowser. Image Capture reports
-// devices on the main thread, each as one adapter while anyone holds it; the
-// browser is started, stopped and given its mask there. It keeps only a weak
+// devices on the main thread, each as one adapter, which the browser keeps
+// from its arrival to its removal (the plug-in holds a device only once its
+// session is open); the browser is started, stopped and given its mask there. It keeps only a weak
 // reference to its delegate: the adapter keeps the Image Capture delegate and
 // takes it off the browser on the main thread when it goes.
 class OrvMacICDeviceBrowser : public OrvImageCapture::DeviceBrowser,
@@ -37,4 +39,5 @@ private:
     mutable std::mutex myMutex;
     std::weak_ptr<OrvImageCapture::DeviceBrowserDelegate> myDelegate;
     quint32 myMask;
+    std::map<const void*, OrvImageCapture::DevicePtr> myDevices;  // main thread
 };

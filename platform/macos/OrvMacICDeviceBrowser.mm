@@ -112,7 +112,11 @@ void OrvMacICDeviceBrowser::deviceAdded(ICDevice* device, bool moreComing)
         std::lock_guard<std::mutex> lock(myMutex);
         delegate = myDelegate.lock();
     }
-    if (const auto adapted = OrvMacICDevice::adapt(device); adapted && delegate)
+    const auto adapted = OrvMacICDevice::adapt(device);
+    if (!adapted)
+        return;
+    myDevices[(__bridge const void*)device] = adapted;
+    if (delegate)
         delegate->deviceBrowserDidAddDevice(this, adapted, moreComing);
 }
 
@@ -123,6 +127,8 @@ void OrvMacICDeviceBrowser::deviceRemoved(ICDevice* device, bool moreGoing)
         std::lock_guard<std::mutex> lock(myMutex);
         delegate = myDelegate.lock();
     }
-    if (const auto adapted = OrvMacICDevice::adapt(device); adapted && delegate)
+    const auto adapted = OrvMacICDevice::adapt(device);
+    if (adapted && delegate)
         delegate->deviceBrowserDidRemoveDevice(this, adapted, moreGoing);
+    myDevices.erase((__bridge const void*)device);
 }

@@ -26,7 +26,7 @@ typedef NS_ENUM(NSInteger, PHAccessLevel){
     PHAccessLevelReadWrite = 2,
 } API_AVAILABLE(macos(11.0));
 
-// photos/phassetsourcetype
+// photos/phassetsourcetype (macOS 10.11)
 typedef NS_OPTIONS(NSUInteger, PHAssetSourceType){
     PHAssetSourceTypeNone = 0,
     PHAssetSourceTypeUserLibrary = (1UL << 0),
@@ -103,7 +103,7 @@ API_AVAILABLE(macos(10.13))
 @interface PHFetchOptions : NSObject
 @property(strong) NSPredicate* predicate;                               // photos/phfetchoptions/predicate
 @property(strong) NSArray<NSSortDescriptor*>* sortDescriptors;          // photos/phfetchoptions/sortdescriptors
-@property PHAssetSourceType includeAssetSourceTypes API_AVAILABLE(macos(10.15));  // photos/phfetchoptions/includeassetsourcetypes
+@property PHAssetSourceType includeAssetSourceTypes API_AVAILABLE(macos(10.13));  // photos/phfetchoptions/includeassetsourcetypes
 @end
 
 // photos/phfetchresult
