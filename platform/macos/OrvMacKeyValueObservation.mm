@@ -71,10 +71,22 @@ void OrvMacKeyValueObservation::add(const std::weak_ptr<KeyValueObserver>& obser
         myRegistrations.push_back({locked.get(), keyPath, context, forwarder});
     }
     // Outside the lock: with the initial option the observer hears at once and may call back here.
-    [myObserved addObserver:forwarder
-                 forKeyPath:keyPath.toNSString()
-                    options:NSKeyValueObservingOptions(options)
-                    context:(__bridge void*)forwarder];
+    // Foundation raises for a key the object does not have: that registration is no registration.
+    @try {
+        [myObserved addObserver:forwarder
+                     forKeyPath:keyPath.toNSString()
+                        options:NSKeyValueObservingOptions(options)
+                        context:(__bridge void*)forwarder];
+    } @catch (NSException* exception) {
+        qDebug().noquote() << "MediaLibrary: cannot observe" << keyPath << OrvMacFoundation::string(exception.reason);
+        std::lock_guard<std::mutex> lock(myMutex);
+        for (auto it = myRegistrations.begin(); it != myRegistrations.end(); ++it) {
+            if (it->forwarder == forwarder) {
+                myRegistrations.erase(it);
+                break;
+            }
+        }
+    }
 }
 
 void OrvMacKeyValueObservation::remove(const KeyValueObserver* observer, const QString& keyPath, const void* context)
