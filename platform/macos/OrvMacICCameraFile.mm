@@ -7,16 +7,6 @@
 
 using namespace OrvImageCapture;
 
-namespace {
-
-// Never destroyed: adapters may outlive the program's static objects.
-OrvMacWrapperCache<const OrvMacICCameraFile>& adapters()
-{
-    static auto* cache = new OrvMacWrapperCache<const OrvMacICCameraFile>;
-    return *cache;
-}
-
-} // namespace
 
 OrvMacICCameraFile::OrvMacICCameraFile(ICCameraFile* file, ItemFields fields, qint64 size)
     : ListedFile(std::move(fields), size), myFile(file)
@@ -28,7 +18,7 @@ std::shared_ptr<const OrvMacICCameraFile> OrvMacICCameraFile::adapt(ICCameraFile
 {
     if (!file)
         return nullptr;
-    return adapters().get((__bridge const void*)file, [file, &device] {
+    return OrvMacWrapperCache<const OrvMacICCameraFile>::shared().get((__bridge const void*)file, [file, &device] {
         ItemFields fields;
         fields.name = OrvMacFoundation::string(file.name);
         fields.uti = OrvMacFoundation::string(file.UTI);
@@ -52,7 +42,7 @@ CameraItemPtr OrvMacICCameraFile::adaptItem(ICCameraItem* item, const std::weak_
 
 OrvMacICCameraFile::~OrvMacICCameraFile()
 {
-    adapters().forget((__bridge const void*)myFile);
+    OrvMacWrapperCache<const OrvMacICCameraFile>::shared().forget((__bridge const void*)myFile);
 }
 
 QImage OrvMacICCameraFile::thumbnailIfAvailable() const

@@ -5,16 +5,6 @@
 
 using namespace OrvImageCapture;
 
-namespace {
-
-// Never destroyed: adapters may outlive the program's static objects.
-OrvMacWrapperCache<const OrvMacICCameraFolder>& adapters()
-{
-    static auto* cache = new OrvMacWrapperCache<const OrvMacICCameraFolder>;
-    return *cache;
-}
-
-} // namespace
 
 OrvMacICCameraFolder::OrvMacICCameraFolder(ICCameraFolder* folder, ItemFields fields)
     : ListedFolder(std::move(fields)), myFolder(folder)
@@ -26,7 +16,7 @@ std::shared_ptr<const OrvMacICCameraFolder> OrvMacICCameraFolder::adapt(ICCamera
 {
     if (!folder)
         return nullptr;
-    return adapters().get((__bridge const void*)folder, [folder, &device] {
+    return OrvMacWrapperCache<const OrvMacICCameraFolder>::shared().get((__bridge const void*)folder, [folder, &device] {
         ItemFields fields;
         fields.name = OrvMacFoundation::string(folder.name);
         fields.uti = OrvMacFoundation::string(folder.UTI);
@@ -40,5 +30,5 @@ std::shared_ptr<const OrvMacICCameraFolder> OrvMacICCameraFolder::adapt(ICCamera
 
 OrvMacICCameraFolder::~OrvMacICCameraFolder()
 {
-    adapters().forget((__bridge const void*)myFolder);
+    OrvMacWrapperCache<const OrvMacICCameraFolder>::shared().forget((__bridge const void*)myFolder);
 }

@@ -10,16 +10,6 @@
 
 using namespace OrvImageCapture;
 
-namespace {
-
-// Never destroyed: adapters may outlive the program's static objects.
-OrvMacWrapperCache<OrvMacICDevice>& adapters()
-{
-    static auto* cache = new OrvMacWrapperCache<OrvMacICDevice>;
-    return *cache;
-}
-
-} // namespace
 
 OrvMacICDevice::OrvMacICDevice(ICDevice* device)
     : myDevice(device),
@@ -35,13 +25,13 @@ std::shared_ptr<OrvMacICDevice> OrvMacICDevice::adapt(ICDevice* device)
 {
     if (!device)
         return nullptr;
-    return adapters().get((__bridge const void*)device,
+    return OrvMacWrapperCache<OrvMacICDevice>::shared().get((__bridge const void*)device,
                           [device] { return std::shared_ptr<OrvMacICDevice>(new OrvMacICDevice(device)); });
 }
 
 OrvMacICDevice::~OrvMacICDevice()
 {
-    adapters().forget((__bridge const void*)myDevice);
+    OrvMacWrapperCache<OrvMacICDevice>::shared().forget((__bridge const void*)myDevice);
     // The device holds its delegate unretained and calls it on the main thread: the delegate leaves it there.
     ICDevice* device = myDevice;
     id forwarder = myForwarder;

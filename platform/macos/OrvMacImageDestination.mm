@@ -52,46 +52,52 @@ std::shared_ptr<OrvMacImageDestination> OrvMacImageDestination::create(QByteArra
 void OrvMacImageDestination::addImageFromSource(const ImageSourcePtr& source, int index,
                                                 const std::optional<Properties>& properties)
 {
-    const auto mine = std::dynamic_pointer_cast<const OrvMacImageSource>(source);
-    if (!mine) {
-        // Another backend's source gives its pixels.
-        if (source)
-            addImage(source->createImageAtIndex(index, SourceOptions()), properties);
-        return;
+    @autoreleasepool {
+        const auto mine = std::dynamic_pointer_cast<const OrvMacImageSource>(source);
+        if (!mine) {
+            // Another backend's source gives its pixels.
+            if (source)
+                addImage(source->createImageAtIndex(index, SourceOptions()), properties);
+            return;
+        }
+        if (!mine->decodable(index))
+            return;
+        CGImageDestinationAddImageFromSource(myDestination, mine->source(), size_t(index),
+                                             (__bridge CFDictionaryRef)orientation(properties));
     }
-    if (!mine->decodable(index))
-        return;
-    CGImageDestinationAddImageFromSource(myDestination, mine->source(), size_t(index),
-                                         (__bridge CFDictionaryRef)orientation(properties));
 }
 
 void OrvMacImageDestination::addImage(const QImage& image, const std::optional<Properties>& properties)
 {
-    if (image.isNull() || qint64(image.width()) * image.height() > OrvMediaLoader::maxPixels)
-        return;
-    CGImageRef cgImage = OrvMacImageConversion::createCGImage(image, properties ? properties->iccProfile : QByteArray());
-    if (!cgImage)
-        return;
-    CGImageMetadataRef metadata = nullptr;
-    if (properties && !properties->xmp.isEmpty())
-        metadata = CGImageMetadataCreateFromXMPData((__bridge CFDataRef)properties->xmp.toNSData());
-    CGImageDestinationAddImageAndMetadata(myDestination, cgImage, metadata,
-                                          (__bridge CFDictionaryRef)orientation(properties));
-    if (metadata)
-        CFRelease(metadata);
-    CGImageRelease(cgImage);
+    @autoreleasepool {
+        if (image.isNull() || qint64(image.width()) * image.height() > OrvMediaLoader::maxPixels)
+            return;
+        CGImageRef cgImage = OrvMacImageConversion::createCGImage(image, properties ? properties->iccProfile : QByteArray());
+        if (!cgImage)
+            return;
+        CGImageMetadataRef metadata = nullptr;
+        if (properties && !properties->xmp.isEmpty())
+            metadata = CGImageMetadataCreateFromXMPData((__bridge CFDataRef)properties->xmp.toNSData());
+        CGImageDestinationAddImageAndMetadata(myDestination, cgImage, metadata,
+                                              (__bridge CFDictionaryRef)orientation(properties));
+        if (metadata)
+            CFRelease(metadata);
+        CGImageRelease(cgImage);
+    }
 }
 
 bool OrvMacImageDestination::finalize()
 {
-    if (myFinalized || !myData)
-        return false;
-    myFinalized = true;
-    if (!CGImageDestinationFinalize(myDestination) || CFDataGetLength(myWritten) <= 0) {
-        qDebug() << "ImageIO: the image could not be written";
-        myData->clear();
-        return false;
+    @autoreleasepool {
+        if (myFinalized || !myData)
+            return false;
+        myFinalized = true;
+        if (!CGImageDestinationFinalize(myDestination) || CFDataGetLength(myWritten) <= 0) {
+            qDebug() << "ImageIO: the image could not be written";
+            myData->clear();
+            return false;
+        }
+        *myData = QByteArray(reinterpret_cast<const char*>(CFDataGetBytePtr(myWritten)), qsizetype(CFDataGetLength(myWritten)));
+        return true;
     }
-    *myData = QByteArray(reinterpret_cast<const char*>(CFDataGetBytePtr(myWritten)), qsizetype(CFDataGetLength(myWritten)));
-    return true;
 }

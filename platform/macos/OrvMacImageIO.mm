@@ -26,9 +26,11 @@ ImageDestinationPtr OrvMacImageIO::createImageDestinationWithData(QByteArray* da
 
 QStringList OrvMacImageIO::copyTypeIdentifiers() const
 {
-    CFArrayRef types = CGImageDestinationCopyTypeIdentifiers();
-    const QStringList result = OrvMacFoundation::strings((__bridge NSArray*)types);
-    if (types)
-        CFRelease(types);
-    return result;
+    @autoreleasepool {
+        CFArrayRef types = CGImageDestinationCopyTypeIdentifiers();
+        const QStringList result = OrvMacFoundation::strings((__bridge NSArray*)types);
+        if (types)
+            CFRelease(types);
+        return result;
+    }
 }

@@ -40,6 +40,7 @@ public:
 private:
     OrvMacImageSource(const QByteArray& data, CGImageSourceRef source);
     NSDictionary* properties(int index) const;
+    QImage decode(int index, const OrvImageIO::SourceOptions& options, bool thumbnail) const;
 
     QByteArray myData;
     CGImageSourceRef mySource;

@@ -53,21 +53,23 @@ OrvMacImageSource::~OrvMacImageSource()
 
 std::shared_ptr<OrvMacImageSource> OrvMacImageSource::create(const QByteArray& data, const SourceOptions& options)
 {
-    if (data.isEmpty())
-        return nullptr;
-    // The source keeps the (implicitly shared) bytes for as long as ImageIO reads them.
-    CFDataRef bytes = CFDataCreateWithBytesNoCopy(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(data.constData()),
-                                                  CFIndex(data.size()), kCFAllocatorNull);
-    if (!bytes)
-        return nullptr;
-    CGImageSourceRef source = CGImageSourceCreateWithData(bytes, (__bridge CFDictionaryRef)dictionary(options, false));
-    CFRelease(bytes);
-    if (!source)
-        return nullptr;
-    std::shared_ptr<OrvMacImageSource> made(new OrvMacImageSource(data, source));
-    if (made->type().isEmpty() || made->count() < 1)
-        return nullptr;
-    return made;
+    @autoreleasepool {
+        if (data.isEmpty())
+            return nullptr;
+        // The source keeps the (implicitly shared) bytes for as long as ImageIO reads them.
+        CFDataRef bytes = CFDataCreateWithBytesNoCopy(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(data.constData()),
+                                                      CFIndex(data.size()), kCFAllocatorNull);
+        if (!bytes)
+            return nullptr;
+        CGImageSourceRef source = CGImageSourceCreateWithData(bytes, (__bridge CFDictionaryRef)dictionary(options, false));
+        CFRelease(bytes);
+        if (!source)
+            return nullptr;
+        std::shared_ptr<OrvMacImageSource> made(new OrvMacImageSource(data, source));
+        if (made->type().isEmpty() || made->count() < 1)
+            return nullptr;
+        return made;
+    }
 }
 
 NSDictionary* OrvMacImageSource::dictionary(const SourceOptions& options, bool thumbnail)
@@ -111,64 +113,70 @@ NSDictionary* OrvMacImageSource::properties(int index) const
 
 bool OrvMacImageSource::decodable(int index) const
 {
-    NSDictionary* found = properties(index);
-    const qint64 width = integer(found, kCGImagePropertyPixelWidth, 0);
-    const qint64 height = integer(found, kCGImagePropertyPixelHeight, 0);
-    return width > 0 && height > 0 && width * height <= OrvMediaLoader::maxPixels;
+    @autoreleasepool {
+        NSDictionary* found = properties(index);
+        const qint64 width = integer(found, kCGImagePropertyPixelWidth, 0);
+        const qint64 height = integer(found, kCGImagePropertyPixelHeight, 0);
+        return width > 0 && height > 0 && width * height <= OrvMediaLoader::maxPixels;
+    }
 }
 
 std::optional<Properties> OrvMacImageSource::copyPropertiesAtIndex(int index, const SourceOptions& options) const
 {
-    NSDictionary* found = properties(index);
-    if (!found)
-        return std::nullopt;
-    Properties result;
-    result.pixelWidth = integer(found, kCGImagePropertyPixelWidth, 0);
-    result.pixelHeight = integer(found, kCGImagePropertyPixelHeight, 0);
-    result.orientation = integer(found, kCGImagePropertyOrientation, 1);
-    result.hasAlpha = integer(found, kCGImagePropertyHasAlpha, 0) != 0;
-    describe(found, kCGImagePropertyExifDictionary, QStringLiteral("Exif.Photo."), &result);
-    describe(found, kCGImagePropertyTIFFDictionary, QStringLiteral("Exif.Image."), &result);
-    describe(found, kCGImagePropertyGPSDictionary, QStringLiteral("Exif.GPSInfo.GPS"), &result);
-    describe(found, kCGImagePropertyIPTCDictionary, QStringLiteral("Iptc.Application2."), &result);
-    if (CGImageMetadataRef metadata = CGImageSourceCopyMetadataAtIndex(mySource, size_t(index), nullptr)) {
-        if (CFDataRef xmp = CGImageMetadataCreateXMPData(metadata, nullptr)) {
-            result.xmp = QByteArray::fromNSData((__bridge NSData*)xmp);
-            CFRelease(xmp);
+    @autoreleasepool {
+        NSDictionary* found = properties(index);
+        if (!found)
+            return std::nullopt;
+        Properties result;
+        result.pixelWidth = integer(found, kCGImagePropertyPixelWidth, 0);
+        result.pixelHeight = integer(found, kCGImagePropertyPixelHeight, 0);
+        result.orientation = integer(found, kCGImagePropertyOrientation, 1);
+        result.hasAlpha = integer(found, kCGImagePropertyHasAlpha, 0) != 0;
+        describe(found, kCGImagePropertyExifDictionary, QStringLiteral("Exif.Photo."), &result);
+        describe(found, kCGImagePropertyTIFFDictionary, QStringLiteral("Exif.Image."), &result);
+        describe(found, kCGImagePropertyGPSDictionary, QStringLiteral("Exif.GPSInfo.GPS"), &result);
+        describe(found, kCGImagePropertyIPTCDictionary, QStringLiteral("Iptc.Application2."), &result);
+        if (CGImageMetadataRef metadata = CGImageSourceCopyMetadataAtIndex(mySource, size_t(index), nullptr)) {
+            if (CFDataRef xmp = CGImageMetadataCreateXMPData(metadata, nullptr)) {
+                result.xmp = QByteArray::fromNSData((__bridge NSData*)xmp);
+                CFRelease(xmp);
+            }
+            CFRelease(metadata);
         }
-        CFRelease(metadata);
+        // The colour space of an image is known without decoding it; not looked at past the bound.
+        if (decodable(index)) {
+            if (CGImageRef image = CGImageSourceCreateImageAtIndex(mySource, size_t(index),
+                                                                   (__bridge CFDictionaryRef)dictionary(options, false))) {
+                result.iccProfile = OrvMacImageConversion::iccProfile(CGImageGetColorSpace(image));
+                CGImageRelease(image);
+            }
+        }
+        return result;
     }
-    // The colour space of an image is known without decoding it; not looked at past the bound.
-    if (decodable(index)) {
-        if (CGImageRef image = CGImageSourceCreateImageAtIndex(mySource, size_t(index),
-                                                               (__bridge CFDictionaryRef)dictionary(options, false))) {
-            result.iccProfile = OrvMacImageConversion::iccProfile(CGImageGetColorSpace(image));
+}
+
+QImage OrvMacImageSource::decode(int index, const SourceOptions& options, bool thumbnail) const
+{
+    @autoreleasepool {
+        if (!decodable(index))
+            return {};
+        NSDictionary* asked = dictionary(options, thumbnail);
+        CGImageRef image = thumbnail
+            ? CGImageSourceCreateThumbnailAtIndex(mySource, size_t(index), (__bridge CFDictionaryRef)asked)
+            : CGImageSourceCreateImageAtIndex(mySource, size_t(index), (__bridge CFDictionaryRef)asked);
+        const QImage result = OrvMacImageConversion::fromCGImage(image);
+        if (image)
             CGImageRelease(image);
-        }
+        return result;
     }
-    return result;
 }
 
 QImage OrvMacImageSource::createImageAtIndex(int index, const SourceOptions& options) const
 {
-    if (!decodable(index))
-        return {};
-    CGImageRef image =
-        CGImageSourceCreateImageAtIndex(mySource, size_t(index), (__bridge CFDictionaryRef)dictionary(options, false));
-    const QImage result = OrvMacImageConversion::fromCGImage(image);
-    if (image)
-        CGImageRelease(image);
-    return result;
+    return decode(index, options, false);
 }
 
 QImage OrvMacImageSource::createThumbnailAtIndex(int index, const SourceOptions& options) const
 {
-    if (!decodable(index))
-        return {};
-    CGImageRef image =
-        CGImageSourceCreateThumbnailAtIndex(mySource, size_t(index), (__bridge CFDictionaryRef)dictionary(options, true));
-    const QImage result = OrvMacImageConversion::fromCGImage(image);
-    if (image)
-        CGImageRelease(image);
-    return result;
+    return decode(index, options, true);
 }

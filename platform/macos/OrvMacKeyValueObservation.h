@@ -44,3 +44,27 @@ private:
     std::mutex myMutex;
     std::vector<Registration> myRegistrations;
 };
+
+// A framework object as one of the interface's observable objects: registrations
+// go to its observation, and notifications name this adapter.
+template <class Interface, class Adapter>
+class OrvMacObserved : public Interface, public std::enable_shared_from_this<Adapter>
+{
+public:
+    void addObserver(const std::weak_ptr<OrvMediaLibrary::KeyValueObserver>& observer, const QString& keyPath,
+                     OrvMediaLibrary::KeyValueObservingOptions options, const void* context) override
+    {
+        myObservation.add(observer, keyPath, options, context, this->weak_from_this());
+    }
+    void removeObserver(const OrvMediaLibrary::KeyValueObserver* observer, const QString& keyPath,
+                        const void* context) override
+    {
+        myObservation.remove(observer, keyPath, context);
+    }
+
+protected:
+    explicit OrvMacObserved(id observed) : myObservation(observed) {}
+
+private:
+    OrvMacKeyValueObservation myObservation;
+};

@@ -11,17 +11,12 @@
 // MLMediaGroup as OrvMediaLibrary::MediaGroup: one adapter for each group
 // while anyone holds it, since the plug-in keeps the groups it observes by
 // their adapters. Its media objects are nil, so empty, until they loaded.
-class OrvMacMLMediaGroup : public OrvMediaLibrary::MediaGroup, public std::enable_shared_from_this<OrvMacMLMediaGroup>
+class OrvMacMLMediaGroup : public OrvMacObserved<OrvMediaLibrary::MediaGroup, OrvMacMLMediaGroup>
 {
 public:
     // Null for nil.
     static std::shared_ptr<OrvMacMLMediaGroup> adapt(MLMediaGroup* group);
     ~OrvMacMLMediaGroup() override;
-
-    void addObserver(const std::weak_ptr<OrvMediaLibrary::KeyValueObserver>& observer, const QString& keyPath,
-                     OrvMediaLibrary::KeyValueObservingOptions options, const void* context) override;
-    void removeObserver(const OrvMediaLibrary::KeyValueObserver* observer, const QString& keyPath,
-                        const void* context) override;
 
     QString identifier() const override;
     QString name() const override;
@@ -32,10 +27,9 @@ public:
     QList<OrvMediaLibrary::MediaObjectPtr> mediaObjects() override;
 
 private:
-    explicit OrvMacMLMediaGroup(MLMediaGroup* group) : myGroup(group), myObservation(group) {}
+    explicit OrvMacMLMediaGroup(MLMediaGroup* group) : OrvMacObserved(group), myGroup(group) {}
 
     MLMediaGroup* myGroup;
-    OrvMacKeyValueObservation myObservation;
 };
 
 #pragma clang diagnostic pop

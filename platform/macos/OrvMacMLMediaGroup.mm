@@ -9,39 +9,18 @@
 
 using namespace OrvMediaLibrary;
 
-namespace {
-
-// Never destroyed: adapters may outlive the program's static objects.
-OrvMacWrapperCache<OrvMacMLMediaGroup>& adapters()
-{
-    static auto* cache = new OrvMacWrapperCache<OrvMacMLMediaGroup>;
-    return *cache;
-}
-
-} // namespace
 
 std::shared_ptr<OrvMacMLMediaGroup> OrvMacMLMediaGroup::adapt(MLMediaGroup* group)
 {
     if (!group)
         return nullptr;
-    return adapters().get((__bridge const void*)group,
+    return OrvMacWrapperCache<OrvMacMLMediaGroup>::shared().get((__bridge const void*)group,
                           [group] { return std::shared_ptr<OrvMacMLMediaGroup>(new OrvMacMLMediaGroup(group)); });
 }
 
 OrvMacMLMediaGroup::~OrvMacMLMediaGroup()
 {
-    adapters().forget((__bridge const void*)myGroup);
-}
-
-void OrvMacMLMediaGroup::addObserver(const std::weak_ptr<KeyValueObserver>& observer, const QString& keyPath,
-                                     KeyValueObservingOptions options, const void* context)
-{
-    myObservation.add(observer, keyPath, options, context, weak_from_this());
-}
-
-void OrvMacMLMediaGroup::removeObserver(const KeyValueObserver* observer, const QString& keyPath, const void* context)
-{
-    myObservation.remove(observer, keyPath, context);
+    OrvMacWrapperCache<OrvMacMLMediaGroup>::shared().forget((__bridge const void*)myGroup);
 }
 
 QString OrvMacMLMediaGroup::identifier() const
@@ -71,18 +50,22 @@ MediaGroupPtr OrvMacMLMediaGroup::parent() const
 
 QList<MediaGroupPtr> OrvMacMLMediaGroup::childGroups() const
 {
-    QList<MediaGroupPtr> children;
-    for (MLMediaGroup* child in myGroup.childGroups) {
-        if (MediaGroupPtr adapted = adapt(child))
-            children.append(adapted);
+    @autoreleasepool {
+        QList<MediaGroupPtr> children;
+        for (MLMediaGroup* child in myGroup.childGroups) {
+            if (MediaGroupPtr adapted = adapt(child))
+                children.append(adapted);
+        }
+        return children;
     }
-    return children;
 }
 
 QList<MediaObjectPtr> OrvMacMLMediaGroup::mediaObjects()
 {
-    QList<MediaObjectPtr> objects;
-    for (MLMediaObject* object in myGroup.mediaObjects)
-        objects.append(std::make_shared<OrvMacMLMediaObject>(object));
-    return objects;
+    @autoreleasepool {
+        QList<MediaObjectPtr> objects;
+        for (MLMediaObject* object in myGroup.mediaObjects)
+            objects.append(std::make_shared<OrvMacMLMediaObject>(object));
+        return objects;
+    }
 }

@@ -10,15 +10,10 @@
 
 // MLMediaObject as OrvMediaLibrary::MediaObject. Its URL is remembered for the
 // security-scoped access that comes later.
-class OrvMacMLMediaObject : public OrvMediaLibrary::MediaObject, public std::enable_shared_from_this<OrvMacMLMediaObject>
+class OrvMacMLMediaObject : public OrvMacObserved<OrvMediaLibrary::MediaObject, OrvMacMLMediaObject>
 {
 public:
-    explicit OrvMacMLMediaObject(MLMediaObject* object) : myObject(object), myObservation(object) {}
-
-    void addObserver(const std::weak_ptr<OrvMediaLibrary::KeyValueObserver>& observer, const QString& keyPath,
-                     OrvMediaLibrary::KeyValueObservingOptions options, const void* context) override;
-    void removeObserver(const OrvMediaLibrary::KeyValueObserver* observer, const QString& keyPath,
-                        const void* context) override;
+    explicit OrvMacMLMediaObject(MLMediaObject* object) : OrvMacObserved(object), myObject(object) {}
 
     QString identifier() const override;
     QString name() const override;
@@ -28,7 +23,6 @@ public:
 
 private:
     MLMediaObject* myObject;
-    OrvMacKeyValueObservation myObservation;
 };
 
 #pragma clang diagnostic pop

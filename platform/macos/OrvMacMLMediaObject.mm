@@ -8,17 +8,6 @@
 
 using namespace OrvMediaLibrary;
 
-void OrvMacMLMediaObject::addObserver(const std::weak_ptr<KeyValueObserver>& observer, const QString& keyPath,
-                                      KeyValueObservingOptions options, const void* context)
-{
-    myObservation.add(observer, keyPath, options, context, weak_from_this());
-}
-
-void OrvMacMLMediaObject::removeObserver(const KeyValueObserver* observer, const QString& keyPath, const void* context)
-{
-    myObservation.remove(observer, keyPath, context);
-}
-
 QString OrvMacMLMediaObject::identifier() const
 {
     return OrvMacFoundation::string(myObject.identifier);

@@ -11,17 +11,12 @@
 // MLMediaSource as OrvMediaLibrary::MediaSource, one adapter for each source
 // while anyone holds it. Looking groups and objects up before the root group
 // loaded is undefined in MediaLibrary: until then they are not found.
-class OrvMacMLMediaSource : public OrvMediaLibrary::MediaSource, public std::enable_shared_from_this<OrvMacMLMediaSource>
+class OrvMacMLMediaSource : public OrvMacObserved<OrvMediaLibrary::MediaSource, OrvMacMLMediaSource>
 {
 public:
     // Null for nil.
     static std::shared_ptr<OrvMacMLMediaSource> adapt(MLMediaSource* source);
     ~OrvMacMLMediaSource() override;
-
-    void addObserver(const std::weak_ptr<OrvMediaLibrary::KeyValueObserver>& observer, const QString& keyPath,
-                     OrvMediaLibrary::KeyValueObservingOptions options, const void* context) override;
-    void removeObserver(const OrvMediaLibrary::KeyValueObserver* observer, const QString& keyPath,
-                        const void* context) override;
 
     QString mediaSourceIdentifier() const override;
     OrvMediaLibrary::MediaGroupPtr rootMediaGroup() override;
@@ -29,10 +24,9 @@ public:
     OrvMediaLibrary::MediaObjectPtr mediaObjectForIdentifier(const QString& identifier) override;
 
 private:
-    explicit OrvMacMLMediaSource(MLMediaSource* source) : mySource(source), myObservation(source) {}
+    explicit OrvMacMLMediaSource(MLMediaSource* source) : OrvMacObserved(source), mySource(source) {}
 
     MLMediaSource* mySource;
-    OrvMacKeyValueObservation myObservation;
 };
 
 #pragma clang diagnostic pop

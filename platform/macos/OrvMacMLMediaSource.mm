@@ -10,39 +10,18 @@
 
 using namespace OrvMediaLibrary;
 
-namespace {
-
-// Never destroyed: adapters may outlive the program's static objects.
-OrvMacWrapperCache<OrvMacMLMediaSource>& adapters()
-{
-    static auto* cache = new OrvMacWrapperCache<OrvMacMLMediaSource>;
-    return *cache;
-}
-
-} // namespace
 
 std::shared_ptr<OrvMacMLMediaSource> OrvMacMLMediaSource::adapt(MLMediaSource* source)
 {
     if (!source)
         return nullptr;
-    return adapters().get((__bridge const void*)source,
+    return OrvMacWrapperCache<OrvMacMLMediaSource>::shared().get((__bridge const void*)source,
                           [source] { return std::shared_ptr<OrvMacMLMediaSource>(new OrvMacMLMediaSource(source)); });
 }
 
 OrvMacMLMediaSource::~OrvMacMLMediaSource()
 {
-    adapters().forget((__bridge const void*)mySource);
-}
-
-void OrvMacMLMediaSource::addObserver(const std::weak_ptr<KeyValueObserver>& observer, const QString& keyPath,
-                                      KeyValueObservingOptions options, const void* context)
-{
-    myObservation.add(observer, keyPath, options, context, weak_from_this());
-}
-
-void OrvMacMLMediaSource::removeObserver(const KeyValueObserver* observer, const QString& keyPath, const void* context)
-{
-    myObservation.remove(observer, keyPath, context);
+    OrvMacWrapperCache<OrvMacMLMediaSource>::shared().forget((__bridge const void*)mySource);
 }
 
 QString OrvMacMLMediaSource::mediaSourceIdentifier() const

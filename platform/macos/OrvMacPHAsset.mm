@@ -25,38 +25,46 @@ PHAsset* OrvMacPHAsset::from(const OrvPhotoKit::AssetPtr& asset)
 
 QString OrvMacPHAsset::localIdentifier() const
 {
-    return OrvMacFoundation::string(myAsset.localIdentifier);
+    @autoreleasepool {
+        return OrvMacFoundation::string(myAsset.localIdentifier);
+    }
 }
 
 std::optional<QDateTime> OrvMacPHAsset::creationDate() const
 {
-    NSDate* date = myAsset.creationDate;
-    if (!date)
-        return std::nullopt;
-    return QDateTime::fromNSDate(date).toUTC();
+    @autoreleasepool {
+        NSDate* date = myAsset.creationDate;
+        if (!date)
+            return std::nullopt;
+        return QDateTime::fromNSDate(date).toUTC();
+    }
 }
 
 QVariant OrvMacPHAsset::valueForKey(const QString& key) const
 {
-    // Key-value coding raises for a key the class does not know; that is an answer of nothing here.
-    @try {
-        return OrvMacFoundation::variant([myAsset valueForKey:key.toNSString()]);
-    } @catch (NSException* exception) {
-        qDebug().noquote() << "PhotoKit: asset has no value for" << key << OrvMacFoundation::string(exception.reason);
-        return {};
+    @autoreleasepool {
+        // Key-value coding raises for a key the class does not know; that is an answer of nothing here.
+        @try {
+            return OrvMacFoundation::variant([myAsset valueForKey:key.toNSString()]);
+        } @catch (NSException* exception) {
+            qDebug().noquote() << "PhotoKit: asset has no value for" << key << OrvMacFoundation::string(exception.reason);
+            return {};
+        }
     }
 }
 
 std::optional<OrvPhotoKit::Location> OrvMacPHAsset::location() const
 {
-    CLLocation* location = myAsset.location;
-    if (!location)
-        return std::nullopt;
-    const CLLocationCoordinate2D coordinate = location.coordinate;
-    OrvPhotoKit::Location result;
-    result.coordinate.latitude = coordinate.latitude;
-    result.coordinate.longitude = coordinate.longitude;
-    return result;
+    @autoreleasepool {
+        CLLocation* location = myAsset.location;
+        if (!location)
+            return std::nullopt;
+        const CLLocationCoordinate2D coordinate = location.coordinate;
+        OrvPhotoKit::Location result;
+        result.coordinate.latitude = coordinate.latitude;
+        result.coordinate.longitude = coordinate.longitude;
+        return result;
+    }
 }
 
 int OrvMacPHAsset::pixelWidth() const

@@ -17,10 +17,12 @@ qsizetype OrvMacPHFetchResult::count() const
 
 OrvPhotoKit::ObjectPtr OrvMacPHFetchResult::objectAtIndex(qsizetype index) const
 {
-    // PhotoKit raises for an index outside the result.
-    if (index < 0 || index >= count())
-        return {};
-    return adapt([myResult objectAtIndex:NSUInteger(index)]);
+    @autoreleasepool {
+        // PhotoKit raises for an index outside the result.
+        if (index < 0 || index >= count())
+            return {};
+        return adapt([myResult objectAtIndex:NSUInteger(index)]);
+    }
 }
 
 OrvPhotoKit::ObjectPtr OrvMacPHFetchResult::adapt(id object)

@@ -47,43 +47,47 @@ int OrvMacPHImageManager::requestImageForAsset(const AssetPtr& asset, const QSiz
                                                ImageContentMode contentMode, const ImageRequestOptions& options,
                                                const ImageHandler& resultHandler)
 {
-    PHAsset* phAsset = OrvMacPHAsset::from(asset);
-    if (!phAsset) {
-        resultHandler(QImage(), noAsset());
-        return 0;
+    @autoreleasepool {
+        PHAsset* phAsset = OrvMacPHAsset::from(asset);
+        if (!phAsset) {
+            resultHandler(QImage(), noAsset());
+            return 0;
+        }
+        // A size without extent asks for the largest image, as ImageManagerMaximumSize does.
+        const CGSize size = targetSize.width() < 0 || targetSize.height() < 0
+            ? PHImageManagerMaximumSize
+            : CGSizeMake(targetSize.width(), targetSize.height());
+        const ImageHandler handler = resultHandler;
+        return int([myManager requestImageForAsset:phAsset
+                                        targetSize:size
+                                       contentMode:PHImageContentMode(int(contentMode))
+                                           options:requestOptions(options)
+                                     resultHandler:^(NSImage* image, NSDictionary* info) {
+                                         handler(OrvMacImageConversion::fromNSImage(image), OrvMacPHImageManager::info(info));
+                                     }]);
     }
-    // A size without extent asks for the largest image, as ImageManagerMaximumSize does.
-    const CGSize size = targetSize.width() < 0 || targetSize.height() < 0
-        ? PHImageManagerMaximumSize
-        : CGSizeMake(targetSize.width(), targetSize.height());
-    const ImageHandler handler = resultHandler;
-    return int([myManager requestImageForAsset:phAsset
-                                    targetSize:size
-                                   contentMode:PHImageContentMode(int(contentMode))
-                                       options:requestOptions(options)
-                                 resultHandler:^(NSImage* image, NSDictionary* info) {
-                                     handler(OrvMacImageConversion::fromNSImage(image), OrvMacPHImageManager::info(info));
-                                 }]);
 }
 
 int OrvMacPHImageManager::requestImageDataAndOrientationForAsset(const AssetPtr& asset,
                                                                  const ImageRequestOptions& options,
                                                                  const DataHandler& resultHandler)
 {
-    PHAsset* phAsset = OrvMacPHAsset::from(asset);
-    if (!phAsset) {
-        resultHandler(QByteArray(), QString(), 1, noAsset());
-        return 0;
+    @autoreleasepool {
+        PHAsset* phAsset = OrvMacPHAsset::from(asset);
+        if (!phAsset) {
+            resultHandler(QByteArray(), QString(), 1, noAsset());
+            return 0;
+        }
+        const DataHandler handler = resultHandler;
+        return int([myManager requestImageDataAndOrientationForAsset:phAsset
+                                                             options:requestOptions(options)
+                                                       resultHandler:^(NSData* data, NSString* dataUTI,
+                                                                       CGImagePropertyOrientation orientation,
+                                                                       NSDictionary* info) {
+                                                           // Copied: the bytes outlive the request in the caller's hands.
+                                                           handler(data ? QByteArray::fromNSData(data) : QByteArray(),
+                                                                   OrvMacFoundation::string(dataUTI), int(orientation),
+                                                                   OrvMacPHImageManager::info(info));
+                                                       }]);
     }
-    const DataHandler handler = resultHandler;
-    return int([myManager requestImageDataAndOrientationForAsset:phAsset
-                                                         options:requestOptions(options)
-                                                   resultHandler:^(NSData* data, NSString* dataUTI,
-                                                                   CGImagePropertyOrientation orientation,
-                                                                   NSDictionary* info) {
-                                                       // Copied: the bytes outlive the request in the caller's hands.
-                                                       handler(data ? QByteArray::fromNSData(data) : QByteArray(),
-                                                               OrvMacFoundation::string(dataUTI), int(orientation),
-                                                               OrvMacPHImageManager::info(info));
-                                                   }]);
 }

@@ -41,14 +41,16 @@ PHFetchOptions* fetchOptions(const FetchOptions* options)
 API_AVAILABLE(macos(10.15))
 FetchResultPtr fetched(const char* what, const FetchOptions* options, PHFetchResult* (^fetch)(PHFetchOptions*))
 {
-    PHFetchResult* result = nil;
-    @try {
-        result = fetch(fetchOptions(options));
-    } @catch (NSException* exception) {
-        qDebug().noquote() << "PhotoKit:" << what << "refused:" << OrvMacFoundation::string(exception.reason);
-        result = nil;
+    @autoreleasepool {
+        PHFetchResult* result = nil;
+        @try {
+            result = fetch(fetchOptions(options));
+        } @catch (NSException* exception) {
+            qDebug().noquote() << "PhotoKit:" << what << "refused:" << OrvMacFoundation::string(exception.reason);
+            result = nil;
+        }
+        return std::make_shared<OrvMacPHFetchResult>(result);
     }
-    return std::make_shared<OrvMacPHFetchResult>(result);
 }
 
 } // namespace
@@ -218,13 +220,15 @@ FetchResultPtr OrvMacPhotoLibrary::fetchTopLevelUserCollectionsWithOptions(const
 
 QList<AssetResourcePtr> OrvMacPhotoLibrary::assetResourcesForAsset(const AssetPtr& asset)
 {
-    QList<AssetResourcePtr> resources;
-    PHAsset* phAsset = OrvMacPHAsset::from(asset);
-    if (!phAsset)
+    @autoreleasepool {
+        QList<AssetResourcePtr> resources;
+        PHAsset* phAsset = OrvMacPHAsset::from(asset);
+        if (!phAsset)
+            return resources;
+        for (PHAssetResource* resource in [PHAssetResource assetResourcesForAsset:phAsset])
+            resources.append(std::make_shared<OrvMacPHAssetResource>(resource));
         return resources;
-    for (PHAssetResource* resource in [PHAssetResource assetResourcesForAsset:phAsset])
-        resources.append(std::make_shared<OrvMacPHAssetResource>(resource));
-    return resources;
+    }
 }
 
 ImageManagerPtr OrvMacPhotoLibrary::defaultManager()

@@ -12,6 +12,13 @@ template <class Wrapper>
 class OrvMacWrapperCache
 {
 public:
+    // The cache of this kind of adapter; never destroyed, as adapters may outlive the program's static objects.
+    static OrvMacWrapperCache& shared()
+    {
+        static auto* cache = new OrvMacWrapperCache;
+        return *cache;
+    }
+
     // The live adapter of object, or the one make() builds now. make may wrap
     // other objects (an item's folder) through the same cache.
     template <class Make>
