@@ -45,7 +45,7 @@ flags=(
   -nostdinc++ -nostdinc
   -Werror -Wall -Wextra -Wpedantic -Wno-unused-parameter
   -Wunguarded-availability -Wdeprecated-declarations -Wprotocol -Wobjc-method-access -Wundeclared-selector
-  -isystem "$decls/qt-apple" -isystem "$decls" -isystem "$decls/qt"
+  -isystem "$decls/qt-apple" -isystem "$decls" -isystem "$decls/qt" -isystem "$decls/linux-libc"
   -isystem "$qt" -isystem "$qt/QtCore" -isystem "$qt/QtGui"
   "${system_includes[@]}"
   "${project_includes[@]}"
