@@ -2,6 +2,7 @@
 
 #include "OrvFotoRegistries.h"
 #include "OrvInitializer.h"
+#include "OrvPlatformBackends.h"
 #include "OrvPlatformIndependent.h"
 #include "OrvProgramConfig.h"
 #include "OrvUserFile.h"
@@ -226,28 +227,9 @@ int main(int argc, char** argv)
     if (verbose && qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
         QLoggingCategory::setFilterRules(QString());
     OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
-    // The plug-in runs on the simulated frameworks here (--photos-library).
-    OrvPhotoKitSim::install();
-    OrvMediaLibrarySim::install();
-    OrvImageIOQt::install();
-    // Cameras: the simulated ones (--devices), else the connected ones through libgphoto2.
-#ifndef ORV_HAVE_GPHOTO2
-    if (!cameras.isEmpty() && !simulatedDevices) {
-        err() << "orv-photos: --camera needs libgphoto2, which this build does not have\n";
+    // The platform backends: the simulations the options describe, the system's own otherwise.
+    if (!OrvPlatformBackends::install(simulatedDevices, cameras))
         return 1;
-    }
-#endif
-    if (simulatedDevices) {
-        OrvImageCaptureSim::install();
-    } else {
-#ifdef ORV_HAVE_GPHOTO2
-        OrvGPhoto2::install();
-        for (const auto& [model, port] : std::as_const(cameras)) {
-            if (!OrvGPhoto2::addCamera(model, port))
-                err() << "orv-photos: no camera " << model << " at " << port << "\n";
-        }
-#endif
-    }
     QLibrary plugin(pluginPath);
     const QFileInfo pluginFile(pluginPath);
     if (!pluginFile.isFile() || !plugin.load()) {

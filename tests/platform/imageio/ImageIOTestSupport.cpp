@@ -7,6 +7,7 @@
 #include <QBuffer>
 #include <QFileInfo>
 #include <QImage>
+#include <QImageWriter>
 
 namespace OrvTest {
 
@@ -41,6 +42,40 @@ QByteArray recoded(const QByteArray& bytes, const QString& type)
 OrvFotoMetaData metaDataOf(const QByteArray& bytes)
 {
     return OrvNativeMetaDataExiv2(QFileInfo(QStringLiteral("photo")), bytes).metaData();
+}
+
+namespace {
+
+quint32 crc32(const QByteArray& bytes)
+{
+    quint32 crc = 0xFFFFFFFFu;
+    for (const char c : bytes) {
+        crc ^= quint8(c);
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
+    }
+    return ~crc;
+}
+
+} // namespace
+
+QByteArray pngDeclaring(quint32 width, quint32 height)
+{
+    QImage image(8, 8, QImage::Format_RGB32);
+    image.fill(Qt::green);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter(&buffer, "png").write(image);
+    // IHDR's width and height (big-endian, after the signature, the length and the type), then its checksum.
+    for (int i = 0; i < 4; ++i) {
+        bytes[16 + i] = char(width >> (24 - 8 * i));
+        bytes[20 + i] = char(height >> (24 - 8 * i));
+    }
+    const quint32 crc = crc32(bytes.mid(12, 17));
+    for (int i = 0; i < 4; ++i)
+        bytes[29 + i] = char(crc >> (24 - 8 * i));
+    return bytes;
 }
 
 QString redCorner(const QImage& image)

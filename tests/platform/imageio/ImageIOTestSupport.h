@@ -20,6 +20,9 @@ QByteArray jpegWithExif(int width, int height, int orientation = 1);
 QByteArray recoded(const QByteArray& bytes, const QString& type);
 // The metadata the host reads from bytes.
 OrvFotoMetaData metaDataOf(const QByteArray& bytes);
+// A small green PNG whose header declares width x height (a decompression bomb when large),
+// its header's checksum matching.
+QByteArray pngDeclaring(quint32 width, quint32 height);
 // Where the red mark of makeJpeg's pattern is: the corner ("tl", "tr", "bl", "br") that is reddest.
 QString redCorner(const QImage& image);
 

@@ -50,17 +50,6 @@ QByteArray png(int width, int height)
     return bytes;
 }
 
-quint32 crc32(const QByteArray& bytes)
-{
-    quint32 crc = 0xFFFFFFFFu;
-    for (const char c : bytes) {
-        crc ^= quint8(c);
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
-    }
-    return ~crc;
-}
-
 // The header of the HEIC declares a size its data does not have.
 QByteArray withDeclaredSize(QByteArray heic, quint32 width, quint32 height)
 {
@@ -165,13 +154,7 @@ TEST_F(ImageIOTest, DamagedAndHostileImagesGiveNothing)
     ASSERT_TRUE(bomb);
     EXPECT_TRUE(bomb->createImageAtIndex(0, {}).isNull());
     EXPECT_TRUE(bomb->createThumbnailAtIndex(0, thumbnail(256, true)).isNull());
-    QByteArray pngBomb = png(8, 8);
-    // IHDR width and height: 60000 x 60000, with the chunk's checksum to match.
-    pngBomb.replace(16, 8, QByteArray::fromHex("0000EA600000EA60"));
-    const quint32 crc = crc32(pngBomb.mid(12, 17));
-    for (int i = 0; i < 4; ++i)
-        pngBomb[29 + i] = char(crc >> (24 - 8 * i));
-    EXPECT_TRUE(source(pngBomb)->createImageAtIndex(0, {}).isNull());
+    EXPECT_TRUE(source(OrvTest::pngDeclaring(60000, 60000))->createImageAtIndex(0, {}).isNull());
     for (const qsizetype cut : {qsizetype(12), heic.size() / 3, heic.size() - 10}) {
         const ImageSourcePtr truncated = source(heic.left(cut), QStringLiteral("public.heic"));
         if (truncated) {

@@ -1,0 +1,2 @@
+#pragma once
+// For Qt's headers compiled for an Apple target in the Linux check (see Availability.h).
