@@ -98,10 +98,12 @@ bool OrvSourceSettler::settle(const Bounds& bounds)
         });
         const qint64 scaled = 2 * myLongestPauseMs.load();
         myQuietMs = int(std::clamp<qint64>(scaled, bounds.quietMs, std::max(bounds.quietMs, bounds.stallMs)));
-        QMutexLocker locker(&myNewAlbumsMutex);
-        const bool asked = !myNewAlbums.isEmpty();
-        locker.unlock();
-        if (!busy && !asked && silentMs >= myQuietMs)
+        bool unasked = false;
+        {
+            QMutexLocker locker(&myNewAlbumsMutex);
+            unasked = !myNewAlbums.isEmpty();
+        }
+        if (!busy && !unasked && silentMs >= myQuietMs)
             return true;
         if (now - start >= bounds.totalMs)
             return false;
