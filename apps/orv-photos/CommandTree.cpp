@@ -2,20 +2,13 @@
 
 #include "OrvExternalDatabase.h"
 #include "OrvFotoCacheManager.h"
+#include "OrvSourceSettler.h"
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QRegularExpression>
 #include <QSet>
-#include <QThread>
 
 namespace {
-
-// Nothing new for this long means every album is open.
-constexpr int quietMs = 500;
-// Sources that never settle are printed as far as they got.
-constexpr int boundMs = 10000;
 
 QString isoWithOffset(const QDateTime& taken)
 {
@@ -123,50 +116,16 @@ void printText(quint32 type, OrvExternalDatabase* database)
 
 void openAllAlbums(const QList<OrvExternalDatabase*>& databases, int waitMs)
 {
-    const int bound = waitMs > 0 ? waitMs : boundMs;
-    const int quietFor = waitMs > 0 ? 2 * quietMs : quietMs;
-    for (OrvExternalDatabase* database : databases)
-        database->doLazyInit();
-    QSet<QPair<OrvExternalDatabase*, QUrl>> opened;
-    QElapsedTimer overall;
-    overall.start();
-    QElapsedTimer quiet;
-    quiet.start();
-    qint64 lastCount = -1;
-    while (overall.elapsed() < bound) {
-        bool asked = false;
-        for (OrvExternalDatabase* database : databases) {
-            for (const OrvExternalAlbum& album : database->albums()) {
-                const QPair<OrvExternalDatabase*, QUrl> key{database, album.url()};
-                if (opened.contains(key))
-                    continue;
-                opened.insert(key);
-                database->fetchMore(album.url());
-                asked = true;
-            }
-        }
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        qint64 count = 0;
-        for (OrvExternalDatabase* database : databases) {
-            const OrvExternalDataPool& pool = database->getExternalDataPoolConst();
-            count += pool.countAlbums() + pool.countFotos();
-            for (const OrvExternalAlbum& album : pool.albums())
-                count += album.fotoIds().size();
-        }
-        if (asked || count != lastCount) {
-            lastCount = count;
-            quiet.restart();
-        } else if (quiet.elapsed() >= quietFor) {
-            const bool gathering = waitMs > 0 && std::any_of(databases.cbegin(), databases.cend(), [](const OrvExternalDatabase* database) {
-                return database->isStillGatheringFotos();
-            });
-            if (!gathering)
-                return;
-        }
-        QThread::msleep(10);
+    OrvSourceSettler::Bounds bounds;
+    if (waitMs > 0) {
+        // Devices may appear within the time given, and their catalogues follow.
+        bounds.quietMs = 2 * bounds.quietMs;
+        bounds.totalMs = waitMs;
+        bounds.waitForDevices = true;
     }
-    if (waitMs <= 0)
-        err() << "orv-photos: sources still busy after " << boundMs / 1000 << " s; printing what arrived\n";
+    OrvSourceSettler settler(databases);
+    if (!settler.settle(bounds) && waitMs <= 0)
+        err() << "orv-photos: sources still busy after " << bounds.stallMs / 1000 << " s without news; printing what arrived\n";
 }
 
 int commandTree(const QStringList& givenArguments)

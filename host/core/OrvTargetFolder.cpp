@@ -1,8 +1,9 @@
 #include "OrvTargetFolder.h"
 
+#include "OrvUserFile.h"
+
 #include <QDir>
 #include <QFile>
-#include <QRandomGenerator>
 
 #include <cerrno>
 #include <cstring>
@@ -236,6 +237,7 @@ void OrvTargetFolder::clearFailure()
 bool OrvTargetFolder::isFree(const QString& name)
 {
     clearFailure();
+    myCreatedName.clear();
     if (myFd < 0)
         return false;
     if (!isValidName(name)) {
@@ -272,6 +274,12 @@ bool OrvTargetFolder::replace(const QString& name, const Producer& produce)
     // Renamed over the old file: that needs a name.
     if (!writeTemporary(produce, &temporaryName, false))
         return false;
+    // In place of the file of that name, or not at all.
+    QString checkedName = name;
+    if (!acceptsTemporary(temporaryName, &checkedName) || checkedName != name) {
+        discardTemporary(temporaryName);
+        return false;
+    }
     if (::renameat(myFd, temporaryName.constData(), myFd, finalName.constData()) == 0)
         return true;
     myError = systemError(errno);
@@ -314,22 +322,29 @@ bool OrvTargetFolder::adoptFile(const QString& name, const QString& sourcePath)
             ::close(in);
         return false;
     }
+    QString finalName = name;
+    if (!accepts(in, &finalName)) {
+        ::close(in);
+        return false;
+    }
     bool ok = false;
     bool linked = false;
     if (info.st_nlink == 1) {
         // The very file opened, whatever its path names by now.
-        linked = linkDescriptor(in, QFile::encodeName(name));
+        linked = linkDescriptor(in, QFile::encodeName(finalName));
         if (!linked && errno == EEXIST) {
-            myError = QStringLiteral("%1 exists").arg(name);
+            myError = QStringLiteral("%1 exists").arg(finalName);
             ::close(in);
             return false;
         }
         ok = linked;
+        if (linked)
+            myCreatedName = finalName;
     }
     if (!linked) {
         // Another file system, one without links, or a file with other names: a copy.
         QByteArray temporaryName;
-        ok = copyToTemporary(in, qint64(info.st_size), &temporaryName) && commitTemporary(temporaryName, name);
+        ok = copyToTemporary(in, qint64(info.st_size), &temporaryName) && commit(temporaryName, finalName, false);
     }
     ::close(in);
     return ok;
@@ -383,7 +398,6 @@ int OrvTargetFolder::openTemporary(QByteArray* temporaryName, bool unnamed)
 {
     if (myFd < 0 || !temporaryName)
         return -1;
-    auto randomName = [] { return ".orv-" + QByteArray::number(QRandomGenerator::global()->generate64(), 36) + ".part"; };
     // A file without a name: nothing to clean up after a failure or a crash, and
     // no lock on the folder while the file system looks for a free inode. It is
     // linked through /proc, so only where that is there.
@@ -394,7 +408,7 @@ int OrvTargetFolder::openTemporary(QByteArray* temporaryName, bool unnamed)
         const int kept = fd >= 0 ? ::fcntl(fd, F_DUPFD_CLOEXEC, 0) : -1;
         if (kept >= 0) {
             do
-                *temporaryName = randomName();
+                *temporaryName = OrvTargetFolder::temporaryName(&myNames);
             while (myUnnamed.contains(*temporaryName));
             myUnnamed.insert(*temporaryName, kept);
             return fd;
@@ -407,7 +421,8 @@ int OrvTargetFolder::openTemporary(QByteArray* temporaryName, bool unnamed)
 #endif
     int fd = -1;
     for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-        *temporaryName = randomName();
+        *temporaryName = OrvTargetFolder::temporaryName(&myNames);
+        // Never through what is there already: a link planted at the name, even a dangling one, or a file.
         fd = ::openat(myFd, temporaryName->constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
         if (fd < 0 && errno != EEXIST)
             break;
@@ -423,10 +438,19 @@ int OrvTargetFolder::openTemporary(QByteArray* temporaryName, bool unnamed)
 
 bool OrvTargetFolder::commitTemporary(const QByteArray& temporaryName, const QString& name)
 {
+    return commit(temporaryName, name, true);
+}
+
+bool OrvTargetFolder::commit(const QByteArray& temporaryName, QString name, bool check)
+{
     if (myFd < 0)
         return false;
     if (!isValidName(name) || isTaken(name)) {
         myError = QStringLiteral("%1 exists").arg(name);
+        discardTemporary(temporaryName);
+        return false;
+    }
+    if (check && !acceptsTemporary(temporaryName, &name)) {
         discardTemporary(temporaryName);
         return false;
     }
@@ -442,9 +466,11 @@ bool OrvTargetFolder::commitTemporary(const QByteArray& temporaryName, const QSt
             myError = systemError(errno);
             myUnnamedRefused = true;
             QByteArray named;
-            ok = copyToTemporary(kept, temporarySize(temporaryName), &named) && commitTemporary(named, name);
+            ok = copyToTemporary(kept, temporarySize(temporaryName), &named) && commit(named, name, false);
         }
         discardTemporary(temporaryName);
+        if (ok)
+            myCreatedName = name;
         return ok;
     }
     bool ok = true;
@@ -459,10 +485,13 @@ bool OrvTargetFolder::commitTemporary(const QByteArray& temporaryName, const QSt
             ok = false;
             myError = systemError(error);
         } else {
+            myCreatedName = name;
             return true;
         }
     }
     discardTemporary(temporaryName);
+    if (ok)
+        myCreatedName = name;
     return ok;
 }
 
@@ -487,4 +516,44 @@ qint64 OrvTargetFolder::temporarySize(const QByteArray& temporaryName) const
     if (myFd < 0 || ::fstatat(myFd, temporaryName.constData(), &info, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(info.st_mode))
         return -1;
     return qint64(info.st_size);
+}
+
+bool OrvTargetFolder::accepts(int fd, QString* name)
+{
+    if (!myCheck)
+        return true;
+    OrvUserFile file(*name, OrvUserFile::Media);
+    QString why;
+    if (file.openDescriptor(fd) && myCheck(&file, name, &why))
+        return true;
+    myError = why.isEmpty() ? file.reason() : why;
+    return false;
+}
+
+bool OrvTargetFolder::acceptsTemporary(const QByteArray& temporaryName, QString* name)
+{
+    if (!myCheck)
+        return true;
+    const auto unnamed = myUnnamed.constFind(temporaryName);
+    const int fd = unnamed != myUnnamed.cend()
+        ? ::fcntl(*unnamed, F_DUPFD_CLOEXEC, 0)
+        : ::openat(myFd, temporaryName.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        myError = systemError(errno);
+        return false;
+    }
+    const bool accepted = accepts(fd, name);
+    ::close(fd);
+    return accepted;
+}
+
+void OrvTargetFolder::useNamedTemporariesForTesting(quint32 seed)
+{
+    myUnnamedRefused = true;
+    myNames.seed(seed);
+}
+
+QByteArray OrvTargetFolder::temporaryName(QRandomGenerator* random)
+{
+    return ".orv-" + QByteArray::number(random->generate64(), 36) + ".part";
 }

@@ -2,10 +2,13 @@
 
 #include <QHash>
 #include <QIODevice>
+#include <QRandomGenerator>
 #include <QString>
 
 #include <climits>
 #include <functional>
+
+class OrvUserFile;
 
 // A folder that a user named as the target of an export or a download: the
 // only place this project writes to. A file is created only directly inside
@@ -45,6 +48,15 @@ public:
     // such name is found within a bound, or the folder cannot be looked into.
     QString uniqueName(const QString& name, const std::function<bool(const QString&)>& isUsed = {});
 
+    // What a complete file must be to get its name, written, copied or adopted
+    // alike (an export: a whole image of the kind its name says). A file it
+    // refuses is dropped before it has a name, and errorString() says why. It
+    // may give the file another name instead (one made with uniqueName).
+    using Check = std::function<bool(OrvUserFile* file, QString* name, QString* why)>;
+    void setCheck(const Check& check) { myCheck = check; }
+    // The name the last file created, adopted or committed got.
+    QString createdName() const { return myCreatedName; }
+
     // Creates name with what produce writes into the device it is given. False
     // when the name is invalid or taken, produce returns false or writing fails;
     // then nothing is left in the folder.
@@ -75,8 +87,20 @@ public:
     // The size of a temporary file as written so far; -1 when it is gone.
     qint64 temporarySize(const QByteArray& temporaryName) const;
 
+    // Temporary files get names, as where the system has no unnamed files, the
+    // names drawn from a generator seeded with seed (temporaryName gives them).
+    void useNamedTemporariesForTesting(quint32 seed);
+    // The next name for a temporary file that random gives.
+    static QByteArray temporaryName(QRandomGenerator* random);
+
 private:
     void clearFailure();
+    // Whether the check, if any, takes the complete file open as fd for *name (which it may change).
+    bool accepts(int fd, QString* name);
+    // The same for a temporary file of this folder.
+    bool acceptsTemporary(const QByteArray& temporaryName, QString* name);
+    // commitTemporary, the check asked or not (for bytes it took already).
+    bool commit(const QByteArray& temporaryName, QString name, bool check);
     // Before a new file: the folder is open and name can be created (else myError says why).
     bool isFree(const QString& name);
     // The produced bytes in a new temporary file; false (and nothing left) when writing fails.
@@ -93,6 +117,9 @@ private:
     // Temporary files without a name: each kept open here until it is linked or dropped.
     QHash<QByteArray, int> myUnnamed;
     bool myUnnamedRefused = false;
+    QRandomGenerator myNames{QRandomGenerator::global()->generate()};
+    Check myCheck;
+    QString myCreatedName;
     QString myPath;
     QString myError;
     bool myWriteFailed = false;

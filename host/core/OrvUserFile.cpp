@@ -16,6 +16,8 @@ namespace {
 constexpr qint64 MiB = 1024 * 1024;
 constexpr qint64 chunk = 4 * MiB;
 
+std::atomic<OrvUserFile::OpenHook> openHook{nullptr};
+
 QString sizeText(qint64 bytes)
 {
     return bytes >= 1024 * MiB ? QStringLiteral("%1 GiB").arg(bytes / (1024 * MiB)) : QStringLiteral("%1 MiB").arg(bytes / MiB);
@@ -106,6 +108,8 @@ bool OrvUserFile::open(OpenMode mode)
         fail(NotRegular);
         return false;
     }
+    if (const OpenHook hook = openHook.load())
+        hook(name);
     // Non-blocking, in case a pipe took the file's place since: opening a pipe
     // for reading would otherwise wait for a writer.
     int fd = -1;
@@ -116,6 +120,29 @@ bool OrvUserFile::open(OpenMode mode)
         fail(errno == ENOENT ? Missing : errno == ELOOP ? NotRegular : Unreadable, errno);
         return false;
     }
+    return adopt(fd);
+}
+
+bool OrvUserFile::openDescriptor(int fd)
+{
+    if (isOpen() || fd < 0) {
+        setErrorString(QStringLiteral("read-only, opened once"));
+        return false;
+    }
+    const int copy = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
+    if (copy < 0) {
+        fail(Unreadable, errno);
+        return false;
+    }
+    return adopt(copy);
+}
+
+void OrvUserFile::setOpenHookForTesting(OpenHook hook) { openHook = hook; }
+
+bool OrvUserFile::adopt(int fd)
+{
+    // What is open counts, not what the path showed before: it may have been swapped since.
+    struct stat info {};
     if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
         ::close(fd);
         fail(NotRegular);

@@ -46,6 +46,13 @@ public:
 
     // ReadOnly only; Unbuffered is implied.
     bool open(OpenMode mode = ReadOnly) override;
+    // Opens a copy of a descriptor already open for reading (a file just
+    // written), with the same checks; the path only names it in messages.
+    bool openDescriptor(int fd);
+    // Called between the look at a path and its open, where another process
+    // may put something else in the file's place; null for none.
+    using OpenHook = void (*)(const QByteArray& path);
+    static void setOpenHookForTesting(OpenHook hook);
     void close() override;
     bool isSequential() const override { return false; }
     qint64 size() const override { return mySize; }
@@ -84,6 +91,8 @@ protected:
 
 private:
     void fail(Status status, int error = 0);
+    // Takes fd over once it is known to be a regular file within the bound; closes it otherwise.
+    bool adopt(int fd);
 
     QString myPath;
     Kind myKind;

@@ -198,7 +198,12 @@ void OrvExternalFotoPool::add(const OrvExternalFoto& foto)
 
 void OrvExternalFotoPool::add(const OrvExternalFotoList& fotos)
 {
-    reserve(d->fotos.size() + fotos.size());
+    // Room for a large batch at once, but growing as appending does: a reserve
+    // of exactly one batch more copied the whole pool for each of a source's
+    // many one-foto albums.
+    const qsizetype needed = d->fotos.size() + fotos.size();
+    if (needed > d->fotos.capacity())
+        reserve(qMax(needed, 2 * d->fotos.size()));
     for (const OrvExternalFoto& foto : fotos)
         add(foto);
 }

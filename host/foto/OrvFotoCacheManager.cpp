@@ -34,6 +34,11 @@ OrvDrawable OrvFotoCacheDrawable::placeHolder()
     return OrvDrawable(image);
 }
 
+bool OrvFotoCacheDrawable::isPlaceHolder(const OrvDrawable& drawable)
+{
+    return !drawable.isNull() && drawable.image().cacheKey() == placeHolder().image().cacheKey();
+}
+
 OrvFotoCacheManager::OrvFotoCacheManager() : myBudget(256ll * 1024 * 1024) {}
 
 OrvFotoCacheManager::~OrvFotoCacheManager() { clear(); }

@@ -25,6 +25,8 @@ class OrvFotoCacheDrawable
 public:
     // What a browser shows while the real pixels are on their way.
     static OrvDrawable placeHolder();
+    // Whether drawable is that stand-in (sources hand it over for a picture they do not have).
+    static bool isPlaceHolder(const OrvDrawable& drawable);
 };
 
 // Bitmaps and metadata of fotos, kept within a memory budget (least recently

@@ -2,6 +2,7 @@
 #include "OrvColorProfileConverter.h"
 #include "OrvExifOrientation.h"
 #include "OrvJpegDecoder.h"
+#include "OrvMediaCheck.h"
 #include "OrvNativeMetaData.h"
 #include "OrvUserFile.h"
 
@@ -237,18 +238,6 @@ OrvDrawable OrvMediaLoader::loadDrawable(const OrvMediaDescriptor& descriptor, c
 
 namespace {
 
-// The end chunk, perhaps followed by a little junk some writers leave.
-bool pngReachesEnd(OrvUserFile* file, const QString& path)
-{
-    const qint64 tailSize = qMin<qint64>(file->size(), 4096);
-    QByteArray tail(qsizetype(tailSize), Qt::Uninitialized);
-    if (file->readAt(file->size() - tailSize, tail.data(), tailSize) == tailSize
-        && tail.contains(QByteArray("IEND\xAE\x42\x60\x82", 8)))
-        return true;
-    qDebug() << "OrvMediaLoader: PNG without its end" << path;
-    return false;
-}
-
 enum class Kind { Unreadable, Jpeg, Png, Other };
 
 // What the file is, from its first bytes.
@@ -256,11 +245,10 @@ Kind sniff(OrvUserFile* file)
 {
     if (!file->open())
         return Kind::Unreadable;
-    char head[8] = {};
-    const qint64 got = file->readAt(0, head, sizeof head);
-    if (OrvJpegDecoder::isJpeg(head, got))
-        return Kind::Jpeg;
-    return got == 8 && QByteArray(head, 8) == QByteArray("\x89PNG\r\n\x1a\n", 8) ? Kind::Png : Kind::Other;
+    QByteArray head(OrvMediaCheck::headSize, Qt::Uninitialized);
+    head.truncate(qsizetype(qMax<qint64>(0, file->readAt(0, head.data(), head.size()))));
+    const OrvMediaFormat format = OrvMediaCheck::formatOf(head);
+    return format.code() == OrvMediaFormat::Jpeg ? Kind::Jpeg : format.code() == OrvMediaFormat::Png ? Kind::Png : Kind::Other;
 }
 
 } // namespace
@@ -279,7 +267,7 @@ bool OrvMediaLoader::isIntact(const QString& path) const
         qDebug() << "OrvMediaLoader: damaged JPEG" << path << decoder.errorString();
         return false;
     }
-    return kind == Kind::Png ? pngReachesEnd(&file, path) : kind == Kind::Other;
+    return kind == Kind::Png ? OrvMediaCheck::pngReachesEnd(&file) : kind == Kind::Other;
 }
 
 bool OrvMediaLoader::isComplete(const QString& path)
@@ -292,7 +280,7 @@ bool OrvMediaLoader::isComplete(const QString& path)
         qDebug() << "OrvMediaLoader: JPEG without its end" << path;
         return false;
     }
-    return kind == Kind::Png ? pngReachesEnd(&file, path) : kind == Kind::Other;
+    return kind == Kind::Png ? OrvMediaCheck::pngReachesEnd(&file) : kind == Kind::Other;
 }
 
 QSize OrvMediaLoader::imageSize(const QString& path) const

@@ -103,7 +103,8 @@ void OrvAppleImageCaptureDatabase::albumWithContentsRemoved(const OrvExternalId&
     emit OrvExternalDatabase::albumRemoved(album, false);
 }
 
-bool OrvAppleImageCaptureDatabase::isStillGatheringFotos() const { return myLoading || myInterface->isGathering(); }
+// Waiting for a device to appear is no gathering: one may never come.
+bool OrvAppleImageCaptureDatabase::isStillGatheringFotos() const { return myInterface->isGathering(); }
 
 OrvExternalId OrvAppleImageCaptureDatabase::createExternalIdDevice(const CameraDevicePtr& device) const
 {

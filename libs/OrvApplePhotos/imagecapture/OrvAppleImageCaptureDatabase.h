@@ -36,7 +36,7 @@ public:
     bool isFotoImportAutostartSupported() const override;
     bool isFotoImportAutostartTrigger(const QUrl& url) const override;
     void setFotoImportAutostartTrigger(const QUrl& url, bool on) override;
-    // While no device has shown up yet, or a device's catalogue is still coming.
+    // While a device's catalogue is still coming.
     bool isStillGatheringFotos() const override;
     // What the interface reports, on the main thread.
     virtual void albumAdded(const OrvExternalAlbum& album, const QIcon& icon);

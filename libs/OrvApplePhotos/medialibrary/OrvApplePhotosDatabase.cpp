@@ -65,6 +65,8 @@ OrvFotoRetrieverInterface* OrvApplePhotosDatabase::createRetrieverInterface(cons
 
 bool OrvApplePhotosDatabase::wantsToBeShown() { return myLoader != nullptr; }
 
+bool OrvApplePhotosDatabase::isStillGatheringFotos() const { return myInitialised && myLoader && myLoader->isAnnouncing(); }
+
 void OrvApplePhotosDatabase::fetchMore(const QUrl& url)
 {
     doLazyInit();

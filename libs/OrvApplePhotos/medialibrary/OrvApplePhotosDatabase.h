@@ -28,6 +28,8 @@ public:
     bool doLazyInit() override;
     OrvFotoRetrieverInterface* createRetrieverInterface(const OrvExternalId& id) const override;
     bool wantsToBeShown() override;
+    // While the library's album tree, or the content of an album asked for, is still on its way.
+    bool isStillGatheringFotos() const override;
     void fetchMore(const QUrl& url) override;
 
     // What the loader reports.

@@ -62,6 +62,12 @@ bool OrvMediaLibraryLoader::isObservingMediaSources() const
     return myObservingMediaSources;
 }
 
+bool OrvMediaLibraryLoader::isAnnouncing() const
+{
+    std::lock_guard<std::recursive_mutex> lock(myMutex);
+    return myObservingMediaSources && (!myTreeWalked || !myAskedGroups.isEmpty());
+}
+
 int OrvMediaLibraryLoader::observedGroupCount() const
 {
     std::lock_guard<std::recursive_mutex> lock(myMutex);
@@ -142,7 +148,11 @@ void OrvMediaLibraryLoader::rootGroupChanged(const MediaSourcePtr& source)
     // A new root group: what was observed belongs to the old one.
     stopObservingGroups();
     myMediaSourceIdentifier = source->mediaSourceIdentifier();
-    traverse(source->rootMediaGroup());
+    const MediaGroupPtr root = source->rootMediaGroup();
+    traverse(root);
+    // The first report may come before the group has loaded; the tree is there when the group is.
+    if (root)
+        myTreeWalked = true;
 }
 
 void OrvMediaLibraryLoader::stopObservingGroups()
@@ -150,6 +160,7 @@ void OrvMediaLibraryLoader::stopObservingGroups()
     for (const MediaGroupPtr& group : std::as_const(myObservedGroups))
         group->removeObserver(this, mediaObjectsKey, &mediaObjectsContext);
     myObservedGroups.clear();
+    myAskedGroups.clear();
 }
 
 void OrvMediaLibraryLoader::traverse(const MediaGroupPtr& group)
@@ -217,6 +228,7 @@ void OrvMediaLibraryLoader::collect(const MediaGroupPtr& group)
     std::lock_guard<std::recursive_mutex> lock(myMutex);
     if (!group || !myDatabase)
         return;
+    myAskedGroups.remove(group.get());
     QSet<QString> climbing;
     const OrvExternalAlbum album = myDatabase->findAlbum(findOrCreateAlbum(group, climbing));
     const bool imagesOnly = OrvSingleton<OrvPlatformIndependent>::instance()->imagesOnly();
@@ -247,6 +259,8 @@ void OrvMediaLibraryLoader::fetchMore(const QUrl& url)
         return;
     // Each album is fetched once; the framework reports the objects through the group's observation.
     myUrlGroupDict.erase(entry);
+    if (myObservedGroups.contains(group.get()))
+        myAskedGroups.insert(group.get());
     group->mediaObjects();
 }
 

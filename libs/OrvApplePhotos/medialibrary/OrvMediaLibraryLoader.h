@@ -51,6 +51,9 @@ public:
 
     // Whether the loader still observes the library's media sources.
     bool isObservingMediaSources() const;
+    // Whether it is still announcing: the album tree until the first root group
+    // is walked, then the media objects of albums asked for until they came.
+    bool isAnnouncing() const;
     int observedGroupCount() const;
 
 private:
@@ -71,6 +74,9 @@ private:
     int myErrorCount = 0;
     // Leaf groups whose media objects are observed, by identity.
     QHash<const OrvMediaLibrary::MediaGroup*, OrvMediaLibrary::MediaGroupPtr> myObservedGroups;
+    // Observed groups whose media objects were asked for and have not come yet.
+    QSet<const OrvMediaLibrary::MediaGroup*> myAskedGroups;
+    bool myTreeWalked = false;
     QHash<QString, OrvMediaLibrary::MediaSourcePtr> myKeySourceDict;
     // Album URL (fully encoded) to group identifier, for albums whose content was not fetched yet.
     QHash<QString, QString> myUrlGroupDict;

@@ -13,7 +13,6 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QMutexLocker>
-#include <QRandomGenerator>
 
 #include <algorithm>
 #include <mutex>
@@ -73,6 +72,14 @@ QString fotoName(const QDateTime& taken)
     text[19] = u'p';
     text[20] = u'g';
     return QString(reinterpret_cast<const QChar*>(text), 21);
+}
+
+// The name of a foto without a date: the asset's identifier up to its first "/"
+// (the UUID Photos gives it), the same on every run.
+QString undatedFotoName(const QString& localIdentifier)
+{
+    const QString uuid = localIdentifier.section(QLatin1Char('/'), 0, 0);
+    return (uuid.isEmpty() ? QStringLiteral("foto") : uuid) + QStringLiteral(".jpg");
 }
 
 FetchOptions localIdentifierOptions(const QString& localIdentifier)
@@ -153,7 +160,8 @@ Predicate OrvPhotoKitLoader::predicateForYear(int year)
 {
     const QDateTime start = OrvQt::local(QDate(year, 1, 1), QTime(0, 0));
     const QDateTime end = OrvQt::local(QDate(year + 1, 1, 1), QTime(0, 0));
-    return Predicate{QStringLiteral("creationDate > %@ AND creationDate < %@"), {start, end}};
+    // Midnight of New Year is the first instant of the new year, and of no other.
+    return Predicate{QStringLiteral("creationDate >= %@ AND creationDate < %@"), {start, end}};
 }
 
 // ---------------------------------------------------------------- authorization and changes
@@ -563,21 +571,15 @@ OrvExternalFoto OrvPhotoKitLoader::assetAdded(const AssetPtr& asset)
     const OrvGeoPosition position =
         location ? OrvGeoPosition(location->coordinate.latitude, location->coordinate.longitude) : OrvGeoPosition();
 
+    // No date at all stays no date: shown as none, in no year, and named by the asset itself.
     const std::optional<QDateTime> created = asset->creationDate();
-    QDateTime taken;
-    if (created && created->isValid()) {
-        taken = *created;
-    } else {
-        // No date at all: a random moment early in 1970, so such fotos sort together at the start.
-        const quint64 random = QRandomGenerator::global()->generate64() & 0xffffffffu;
-        taken = OrvQt::utcFromMSecs(qint64(random));
-    }
+    QDateTime taken = created && created->isValid() ? *created : QDateTime();
 
     // The local creation date is the wall-clock time of the shot; its distance
     // from the instant is the zone the photo was taken in.
     static const QString localCreationDateKey = QStringLiteral("localCreationDate");
     const QVariant local = asset->valueForKey(localCreationDateKey);
-    if (local.isValid()) {
+    if (local.isValid() && taken.isValid()) {
         const QDateTime localDate = local.toDateTime();
         if (localDate.isValid()) {
             const qint64 d = taken.secsTo(localDate);
@@ -588,7 +590,7 @@ OrvExternalFoto OrvPhotoKitLoader::assetAdded(const AssetPtr& asset)
         }
     }
 
-    const QString name = fotoName(taken);
+    const QString name = taken.isValid() ? fotoName(taken) : undatedFotoName(asset->localIdentifier());
     const QSize size(asset->pixelWidth(), asset->pixelHeight());
 
     OrvNativeMetaDataGeneric native;

@@ -63,6 +63,15 @@ QStringList entries(const QString& dir)
     return QDir(dir).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
 }
 
+// What another process puts in a file's place while it is being opened.
+QByteArray swappedPath;
+QByteArray swappedIn;
+void swapIn(const QByteArray& path)
+{
+    if (path == swappedPath)
+        ::rename(swappedIn.constData(), swappedPath.constData());
+}
+
 } // namespace
 
 TEST_F(UserFileTest, OnlyRegularFilesAreOpenedAndNothingBlocks)
@@ -116,6 +125,44 @@ TEST_F(UserFileTest, OnlyRegularFilesAreOpenedAndNothingBlocks)
     ASSERT_TRUE(bytes.open());
     EXPECT_EQ(bytes.readWhole(), QByteArray("<plist/>"));
     ::unlink(latin1.constData());
+}
+
+TEST_F(UserFileTest, WhatTakesTheFilesPlaceWhileItIsOpenedIsRefused)
+{
+    QTemporaryDir outside;
+    const QString secret = outside.filePath(QStringLiteral("secret"));
+    OrvTest::writeFile(secret, "key");
+    const QString photo = write(QStringLiteral("photo.jpg"), "bytes");
+    const struct
+    {
+        QString planted;
+        bool followLinks;
+    } cases[] = {
+        {path(QStringLiteral("pipe")), true},
+        {path(QStringLiteral("link-to-pipe")), true},
+        {path(QStringLiteral("link-out")), false},
+    };
+    ASSERT_TRUE(OrvTest::makeFifo(path(QStringLiteral("pipe"))));
+    OrvTest::makeFifo(path(QStringLiteral("pipe2")));
+    QFile::link(path(QStringLiteral("pipe2")), path(QStringLiteral("link-to-pipe")));
+    QFile::link(secret, path(QStringLiteral("link-out")));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.planted.toStdString());
+        OrvTest::writeFile(photo, "bytes");
+        swappedPath = QFile::encodeName(photo);
+        swappedIn = QFile::encodeName(c.planted);
+        OrvUserFile file(photo, OrvUserFile::Image);
+        file.setFollowLinks(c.followLinks);
+        OrvUserFile::setOpenHookForTesting(&swapIn);
+        const bool opened = file.open();
+        OrvUserFile::setOpenHookForTesting(nullptr);
+        // The swap did happen: the regular file was looked at, something else was there to open.
+        EXPECT_FALSE(QFileInfo(photo).isFile() && !QFileInfo(photo).isSymLink());
+        EXPECT_FALSE(opened);
+        EXPECT_EQ(file.status(), OrvUserFile::NotRegular);
+        EXPECT_TRUE(file.readWhole().isEmpty());
+        QFile::remove(photo);
+    }
 }
 
 TEST_F(UserFileTest, XmlLibrariesThatAreNoFilesGiveNoDocument)

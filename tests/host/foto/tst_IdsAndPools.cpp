@@ -197,15 +197,21 @@ TEST(OrvExternalMonthSynthesizer, OneAlbumPerCalendarMonthNewestFirst)
         foto(QStringLiteral("c"), QDateTime(QDate(2020, 12, 24), QTime(18, 0), zone)),
         foto(QStringLiteral("d")),  // no date
         foto(QStringLiteral("e"), QDateTime(QDate(2021, 6, 1), QTime(0, 0), zone)),
+        // Midnight of New Year opens the year's first month; the moment before is the old year's.
+        foto(QStringLiteral("f"), QDateTime(QDate(2021, 1, 1), QTime(0, 0), zone)),
+        foto(QStringLiteral("g"), QDateTime(QDate(2020, 12, 31), QTime(23, 59, 59, 999), zone)),
     });
     const OrvExternalAlbumList months = OrvExternalMonthSynthesizer(fotos).synthetiseMonthAlbums();
-    ASSERT_EQ(months.size(), 3);
+    ASSERT_EQ(months.size(), 4);
     EXPECT_EQ(months.at(0).id(), OrvExternalId(QStringLiteral("iphoto"), QStringLiteral("month"), QStringLiteral("2021-06")));
     EXPECT_EQ(months.at(1).id().remoteId(), QStringLiteral("2021-05"));
     EXPECT_EQ(months.at(1).fotoIds(), (OrvExternalIdList{fotoId(QStringLiteral("b")), fotoId(QStringLiteral("a"))}));
-    EXPECT_EQ(months.at(2).id().remoteId(), QStringLiteral("2020-12"));
+    EXPECT_EQ(months.at(2).id().remoteId(), QStringLiteral("2021-01"));
+    EXPECT_EQ(months.at(2).fotoIds(), OrvExternalIdList{fotoId(QStringLiteral("f"))});
+    EXPECT_EQ(months.at(3).id().remoteId(), QStringLiteral("2020-12"));
+    EXPECT_EQ(months.at(3).fotoIds(), (OrvExternalIdList{fotoId(QStringLiteral("c")), fotoId(QStringLiteral("g"))}));
     EXPECT_TRUE(months.at(1).name().endsWith(QStringLiteral("2021")));
-    EXPECT_EQ(months.at(2).type(), OrvExternalAlbumType(OrvExternalAlbumType::Month));
+    EXPECT_EQ(months.at(3).type(), OrvExternalAlbumType(OrvExternalAlbumType::Month));
     EXPECT_TRUE(OrvExternalMonthSynthesizer(OrvExternalFotoList()).synthetiseMonthAlbums().isEmpty());
 }
 

@@ -3,6 +3,7 @@
 // as the host sees it, and the device's own downloads and cancels.
 
 #include "OrvAppleImageCaptureDatabase.h"
+#include "OrvUserFile.h"
 #include "OrvAppleImageCaptureInterface.h"
 #include "OrvFotoRegistries.h"
 #include "gphoto2/OrvGPhoto2Backend.h"
@@ -98,6 +99,17 @@ QByteArray folderFingerprint(const QString& folder)
             hash.addData(file.readAll());
     }
     return hash.result();
+}
+
+// Puts a named pipe in a photo's place just as the photo is opened: between the
+// look at its path and its open, where another process could do the same.
+QByteArray pipeFor;
+QByteArray pipeAt;
+std::atomic<bool> pipeSwapped{false};
+void swapInThePipe(const QByteArray& path)
+{
+    if (path.endsWith(pipeFor) && !pipeSwapped.exchange(true))
+        ::rename(pipeAt.constData(), path.constData());
 }
 
 // Hears one download's completion.
@@ -422,6 +434,38 @@ TEST_F(GPhoto2Test, AFileGoneOrChangedAfterTheCatalogueEndsItsWaitAtOnce)
     EXPECT_EQ(database->byteArray(idOf(QStringLiteral("/DCIM/101TEST/IMG_0001.JPG"))), longer);
     EXPECT_EQ(database->findAlbum(album).fotoIds().size(), 2);
     EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
+}
+
+TEST_F(GPhoto2Test, APhotoSwappedForAPipeAsItsDownloadOpensIsReportedRemovedAtOnce)
+{
+    Pipes pipes;
+    const OrvExternalFotoList fotos = openCamera(3);
+    ASSERT_EQ(fotos.size(), 3);
+    const OrvExternalId album(OrvAppleImageCaptureDatabase::URLScheme, QStringLiteral("album"), uuid);
+    const OrvExternalId id(OrvAppleImageCaptureDatabase::URLScheme, QStringLiteral("foto"), uuid + "/DCIM/100TEST/IMG_0002.JPG");
+    // Its thumbnail read first: the next open of the file is the download's.
+    ASSERT_TRUE(OrvTest::waitFor([&] { return database->drawable(id, QSize(100, 100)).size() != QSize(64, 64); }, 20000));
+    const QString photo = storage.filePath(QStringLiteral("DCIM/100TEST/IMG_0002.JPG"));
+    ASSERT_TRUE(pipes.make(storage.filePath(QStringLiteral("pipe"))));
+    pipes.paths.append(QFile::encodeName(photo));
+    pipeFor = "/IMG_0002.JPG";
+    pipeAt = QFile::encodeName(storage.filePath(QStringLiteral("pipe")));
+    pipeSwapped = false;
+    // Far above what a download takes: the wait must be ended, not run out.
+    OrvAppleImageCaptureDatabase::setWaitBoundsForTesting({300, 100, 100, 10});
+    OrvUserFile::setOpenHookForTesting(&swapInThePipe);
+    QElapsedTimer timer;
+    timer.start();
+    const QString path = database->waitForDownload(id);
+    const qint64 elapsed = timer.elapsed();
+    OrvUserFile::setOpenHookForTesting(nullptr);
+    ASSERT_TRUE(pipeSwapped);
+    EXPECT_TRUE(path.isEmpty()) << qPrintable(path);
+    EXPECT_LT(elapsed, 10000);
+    EXPECT_TRUE(OrvTest::waitFor([&] { return !database->findAlbum(album).fotoIds().contains(id); }));
+    EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
+    if (!path.isEmpty())
+        QFile::remove(path);
 }
 
 TEST_F(GPhoto2Test, ThePortMustNameAFolderWithSomethingInIt)

@@ -111,6 +111,16 @@ TEST_F(PhotoKitSim, AssetFetchesHonourSourceTypesPredicatesAndSorting)
     EXPECT_TRUE(ids(library->fetchAssetsWithOptions(&options)).isEmpty());
     options.predicate->arguments[0] = QDateTime::fromString(QStringLiteral("2020-01-01T00:00:00Z"), Qt::ISODate);
     EXPECT_EQ(ids(library->fetchAssetsWithOptions(&options)), (QStringList{"a", "b"}));
+    // Taking the start in, as a year does: "b" is the first instant of 2021.
+    options.predicate->format = QStringLiteral("creationDate >= %@ AND creationDate < %@");
+    options.predicate->arguments[0] = QDateTime::fromString(QStringLiteral("2021-01-01T00:00:00Z"), Qt::ISODate);
+    EXPECT_EQ(ids(library->fetchAssetsWithOptions(&options)), (QStringList{"b"}));
+    options.predicate->format = QStringLiteral("creationDate >= %@ AND creationDate <= %@");
+    options.predicate->arguments = {QDateTime::fromString(QStringLiteral("2020-01-01T00:00:00Z"), Qt::ISODate),
+                                    QDateTime::fromString(QStringLiteral("2021-01-01T00:00:00Z"), Qt::ISODate)};
+    EXPECT_EQ(ids(library->fetchAssetsWithOptions(&options)), (QStringList{"a", "b"}));
+    options.predicate->format = QStringLiteral("creationDate >= %@ AND creationDate < %@");
+    EXPECT_EQ(ids(library->fetchAssetsWithOptions(&options)), (QStringList{"a"}));
 
     options.predicate = Predicate{QStringLiteral("localIdentifier = %@"), {QStringLiteral("b")}};
     EXPECT_EQ(ids(library->fetchAssetsWithOptions(&options)), (QStringList{"b"}));

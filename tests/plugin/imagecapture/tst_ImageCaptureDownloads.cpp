@@ -10,6 +10,7 @@
 #include <QBuffer>
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QThread>
@@ -124,6 +125,22 @@ TEST_F(ImageCaptureDownloads, ALateCompletionStillArrivesWithinTheLimit)
     OrvAppleImageCaptureDatabase::setWaitBoundsForTesting({});
     EXPECT_EQ(onWorker<QByteArray>([&] { return database->byteArray(id); }), bytes);
     EXPECT_EQ(database->byteArray(id), bytes);
+}
+
+TEST_F(ImageCaptureDownloads, ACompletionEndsTheWaitLongBeforeItsLimit)
+{
+    const QByteArray bytes = jpeg(320, 240);
+    cameraWith(bytes);
+    // 30 s on a worker, more on the main thread: far above what a download here takes.
+    OrvAppleImageCaptureDatabase::setWaitBoundsForTesting({300, 100, 100, 10});
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_EQ(onWorker<QByteArray>([&] { return database->byteArray(id); }), bytes);
+    EXPECT_LT(timer.elapsed(), 10000) << "the worker's wait ran out instead of being woken";
+    timer.restart();
+    EXPECT_EQ(database->byteArray(id), bytes);
+    EXPECT_LT(timer.elapsed(), 10000) << "the main thread's wait ran out instead of ending";
+    EXPECT_TRUE(downloadedFiles().isEmpty());
 }
 
 TEST_F(ImageCaptureDownloads, ADownloadThatFailsOrNeverCompletesGivesNothingAfterTheLimit)

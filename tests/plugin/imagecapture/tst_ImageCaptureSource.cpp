@@ -5,12 +5,14 @@
 #include "OrvNativeMetaData.h"
 #include "TestSupport.h"
 #include "OrvQtCompat.h"
+#include "OrvSourceSettler.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
 #include <QSet>
+#include <QTimer>
 
 #include <memory>
 
@@ -116,6 +118,32 @@ TEST_F(ImageCaptureTest, StartsBrowsingOnceAndLoadsUntilTheFirstDevice)
     ASSERT_TRUE(OrvTest::waitFor([&] { return heard.contains(QStringLiteral("fotosInserted 0")); }));
     EXPECT_EQ(heard, (QStringList{"loading true", "loading false", "albumAdded Empty", "fotosInserted 0"}));
     EXPECT_TRUE(fotosOf(camera).isEmpty());
+}
+
+TEST_F(ImageCaptureTest, WaitingForADeviceIsTheCallersChoiceACatalogueIsWaitedFor)
+{
+    // No device: nothing is being gathered, a wait for the whole source ends.
+    OrvSourceSettler quick({&source()});
+    EXPECT_TRUE(quick.settle({}));
+    EXPECT_TRUE(database->albums().isEmpty());
+    // Asked to wait for devices: until one comes and its catalogue is in, or the time is up.
+    OrvSourceSettler::Bounds bounds;
+    bounds.waitForDevices = true;
+    bounds.totalMs = 3 * bounds.quietMs;
+    OrvSourceSettler none({database.get()});
+    EXPECT_FALSE(none.settle(bounds));
+    OrvImageCaptureSim::DeviceSpec slow;
+    slow.itemBatch = 1;
+    QMap<QString, QByteArray> files;
+    for (int i = 0; i < 20; ++i)
+        files.insert(QStringLiteral("DCIM/IMG_%1.JPG").arg(i, 4, 10, QLatin1Char('0')), jpeg());
+    std::shared_ptr<OrvImageCaptureSim::Device> camera;
+    QTimer::singleShot(bounds.quietMs, [&] { camera = plugCamera(QStringLiteral("Late"), files, slow); });
+    bounds.totalMs = 60000;
+    OrvSourceSettler patient({database.get()});
+    EXPECT_TRUE(patient.settle(bounds));
+    ASSERT_TRUE(camera);
+    EXPECT_EQ(fotosOf(camera).size(), 20);
 }
 
 TEST_F(ImageCaptureTest, AThumbnailIsReadOncePerItemWhileConnected)

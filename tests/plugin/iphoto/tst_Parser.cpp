@@ -3,6 +3,7 @@
 
 #include "IPhotoTestSupport.h"
 #include "OrvIPhotoDatabaseParser.h"
+#include "OrvQtCompat.h"
 
 #include <gtest/gtest.h>
 
@@ -184,6 +185,31 @@ TEST(IPhotoParserFotos, DatesCountFromLocalMidnight2001)
         EXPECT_FALSE(dateOf("1e20").isValid());
     }
     EXPECT_FALSE(onlyFoto(entry("MediaType", "Image")).taken().isValid()) << "no date key: no date";
+}
+
+TEST(IPhotoParserAlbums, MidnightOfNewYearOpensTheNewYearsFirstMonth)
+{
+    for (const char* zone : {"UTC", "Pacific/Kiritimati", "America/Adak"}) {
+        const TimeZone timeZone(zone);
+        const QDateTime epoch = OrvIPhotoDatabaseParser::iPhotoEpoch();
+        auto at = [&](const QDateTime& moment) {
+            return entry("DateAsTimerInterval", QByteArray::number(epoch.secsTo(moment)), "real");
+        };
+        const QDateTime newYear = OrvQt::local(QDate(2021, 1, 1), QTime(0, 0));
+        const QByteArray fotos = foto("1", "/a.jpg", at(newYear)) + foto("2", "/b.jpg", at(newYear.addSecs(-1)))
+            + foto("3", "/c.jpg", at(OrvQt::local(QDate(2000, 1, 1), QTime(0, 0))));
+        OrvIPhotoDatabaseParser parser{OrvExternalUrlBuilder("iphoto")};
+        parser.parseData(library("<key>Master Image List</key><dict>" + fotos + "</dict>"));
+        QStringList months;
+        for (const OrvExternalAlbum& album : parser.dataPool().albums()) {
+            QStringList keys;
+            for (const OrvExternalId& id : album.fotoIds())
+                keys.append(id.remoteId());
+            months.append(album.id().remoteId() + QLatin1Char(':') + keys.join(QLatin1Char(',')));
+        }
+        EXPECT_EQ(months, (QStringList{QStringLiteral("2021-01:1"), QStringLiteral("2020-12:2"), QStringLiteral("2000-01:3")}))
+            << zone;
+    }
 }
 
 TEST(IPhotoParserFotos, DatesEqualEpochAddSecsAcrossTransitions)

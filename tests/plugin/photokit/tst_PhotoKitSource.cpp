@@ -3,6 +3,7 @@
 #include "OrvExternalFotoImplDataPhotoKit.h"
 #include "OrvFotoCacheManager.h"
 #include "OrvFotoRetrieverInterfacePhotoKit.h"
+#include "OrvQtCompat.h"
 #include "TestSupport.h"
 
 using OrvPhotoKit::AuthorizationStatus;
@@ -64,6 +65,51 @@ TEST_F(PhotoKitTest, TreeWithAccessAlreadyGranted)
     EXPECT_TRUE(database->doLazyInit());
     EXPECT_EQ(heard->added.size(), albums);
     EXPECT_EQ(library->authorizationRequestCount(), 0);
+}
+
+// Years are local: each starts at local midnight of New Year, which belongs to it alone.
+// (ctest runs this once more in a zone far from UTC.)
+TEST_F(PhotoKitTest, MidnightOfNewYearIsInTheNewYearAndInNoOther)
+{
+    const QTime midnight(0, 0);
+    const QTime lastMoment(23, 59, 59, 999);
+    const struct
+    {
+        QString id;
+        QDateTime created;
+        QString year;
+    } assets[] = {
+        {QStringLiteral("y/1"), OrvQt::local(QDate(2020, 12, 31), lastMoment), QStringLiteral("2020")},
+        {QStringLiteral("y/2"), OrvQt::local(QDate(2021, 1, 1), midnight), QStringLiteral("2021")},
+        {QStringLiteral("y/3"), OrvQt::local(QDate(2021, 12, 31), lastMoment), QStringLiteral("2021")},
+        {QStringLiteral("y/4"), OrvQt::local(QDate(2022, 1, 1), midnight), QStringLiteral("2022")},
+        // Many cameras' clock before it is set.
+        {QStringLiteral("y/5"), OrvQt::local(QDate(2000, 1, 1), midnight), QStringLiteral("2000")},
+    };
+    for (const auto& a : assets) {
+        auto spec = asset(a.id, QString());
+        spec.creationDate = a.created;
+        library->addAsset(spec);
+    }
+    source().doLazyInit();
+    QStringList years;
+    for (const OrvExternalId& year : childIds(id(QStringLiteral("years"))))
+        years.append(year.remoteId());
+    EXPECT_EQ(years, (QStringList{QStringLiteral("2022"), QStringLiteral("2021"), QStringLiteral("2020"), QStringLiteral("2000")}));
+    for (const QString& year : std::as_const(years)) {
+        SCOPED_TRACE(year.toStdString());
+        open(id(QStringLiteral("year"), year));
+        QStringList expected;
+        for (const auto& a : assets) {
+            if (a.year == year)
+                expected.append(a.id);
+        }
+        QStringList found;
+        for (const OrvExternalFoto& foto : fotosOf(id(QStringLiteral("year"), year)))
+            found.append(OrvPhotoKitDatabase::toLocalIdentifier(foto.id().remoteId()));
+        found.sort();
+        EXPECT_EQ(found, expected);
+    }
 }
 
 TEST_F(PhotoKitTest, SharedAlbumsGetTheirOwnNode)
@@ -281,7 +327,7 @@ TEST_F(PhotoKitTest, FotoDataFollowsTheAsset)
     auto tooFar = asset(QStringLiteral("p/3"), QStringLiteral("2021-05-03T12:00:00Z"));
     tooFar.localCreationDate = utc(QStringLiteral("2021-05-04T05:00:00Z"));  // d = 61200: ignored
     library->addAsset(tooFar);
-    library->addAsset(asset(QStringLiteral("p/4"), QString()));
+    library->addAsset(asset(QStringLiteral("9F1C0D2E-0004/L0/001"), QString()));
     auto band = asset(QStringLiteral("p/5"), QStringLiteral("2021-05-03T12:00:00Z"));
     band.localCreationDate = utc(QStringLiteral("2021-05-04T04:30:00Z"));  // d = 59400: within reach, but no fixed zone
     library->addAsset(band);
@@ -317,12 +363,20 @@ TEST_F(PhotoKitTest, FotoDataFollowsTheAsset)
     EXPECT_EQ(pool.findFoto(fotoId(QStringLiteral("p/3"))).taken().offsetFromUtc(), 0);
     EXPECT_FALSE(pool.findFoto(fotoId(QStringLiteral("p/3"))).position().isValid());
 
-    const OrvExternalFoto undated = pool.findFoto(fotoId(QStringLiteral("p/4")));
-    EXPECT_GE(undated.taken().toMSecsSinceEpoch(), 0);
-    EXPECT_LE(undated.taken().toMSecsSinceEpoch(), qint64(0xffffffff));
-    EXPECT_TRUE(undated.name().startsWith(QLatin1String("1970-")));
-    EXPECT_TRUE(undated.name().endsWith(QLatin1String(".jpg")));
-    EXPECT_EQ(undated.name().size(), QStringLiteral("yyyy-MM-ddTHHmmss.jpg").size());
+    // Without a date: none shown and none stored, a name of its own that the next run gives again.
+    const OrvExternalFoto undated = pool.findFoto(fotoId(QStringLiteral("9F1C0D2E-0004/L0/001")));
+    EXPECT_FALSE(undated.taken().isValid());
+    EXPECT_EQ(undated.name(), QStringLiteral("9F1C0D2E-0004.jpg"));
+    EXPECT_FALSE(OrvSingleton<OrvFotoCacheManager>::instance()
+                     ->metaData(OrvFoto(OrvFotoKeyExternalService(database.get(), undated.id())))
+                     .pictureTaken()
+                     .isValid());
+    database.reset();
+    settle();
+    source().doLazyInit();
+    open(id(QStringLiteral("all")));
+    EXPECT_EQ(database->getExternalDataPoolConst().findFoto(fotoId(QStringLiteral("9F1C0D2E-0004/L0/001"))).name(),
+              QStringLiteral("9F1C0D2E-0004.jpg"));
 
     // Beyond the fixed zones (more than 16 hours) no zone can be given: the instant stays as it was.
     const OrvExternalFoto banded = pool.findFoto(fotoId(QStringLiteral("p/5")));
