@@ -19,7 +19,7 @@ enum class OrvValueKind { None, File, Directory, Service, Command };
 
 struct OrvOption
 {
-    enum Flag : unsigned {
+    enum Flag {
         Repeatable = 1,  // every occurrence is kept, not only the last
         Required = 2,
         Hidden = 4,      // neither in the help nor in the completions

@@ -58,7 +58,7 @@ QString roffLabel(const OrvOption& option)
 QString brief(const char* help)
 {
     QString text = translated(help);
-    const qsizetype cut = text.indexOf(QRegularExpression(QStringLiteral("; | \\(|: ")));
+    const qsizetype cut = text.indexOf(QRegularExpression(QStringLiteral("; | \\(")));
     return cut > 0 ? text.left(cut) : text;
 }
 
@@ -350,7 +350,7 @@ QString OrvUsage::zshCompletion() const
         return shellQuoted(text);
     };
     QString script = QStringLiteral("#compdef orv-photos\n# zsh completion for orv-photos (made by orv-photos --completion zsh)\n"
-                                    "_orv_photos()\n{\n    local curcontext=$curcontext state line\n    local -a globals commands\n"
+                                    "_orv_photos()\n{\n    local curcontext=$curcontext state line\n    local -a globals commands\n    typeset -A opt_args\n"
                                     "    globals=(\n        '(- *)'{-h,--help}'[%1]'\n")
                          .arg(zshText(tr("show the help")));
     for (const OrvOption& option : shown(myCommandLine.globalOptions())) {

@@ -177,6 +177,15 @@ bool installCameras(const OrvArguments& arguments)
 
 int main(int argc, char** argv)
 {
+    // Whatever way the run ends, what it printed is out before the process is.
+    struct Flush
+    {
+        ~Flush()
+        {
+            out().flush();
+            err().flush();
+        }
+    } flush;
     // Qt would take options such as --plugin for itself: parse our own copy.
     QStringList words;
     for (int i = 1; i < argc; ++i)
@@ -268,8 +277,5 @@ int main(int argc, char** argv)
         err() << "orv-photos: " << OrvCommandLine::tr("%1 registered no initializer").arg(pluginPath) << "\n";
         return 2;
     }
-    const int status = command->run(arguments);
-    out().flush();
-    err().flush();
-    return status;
+    return command->run(arguments);
 }
