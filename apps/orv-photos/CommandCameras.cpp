@@ -35,9 +35,9 @@ int commandCameras(const OrvArguments& arguments)
         cameras = OrvGPhoto2::connectedCameras();
 #endif
     }
-    out() << QStringLiteral("%1 %2").arg(OrvCommandLine::tr("Model"), -30).arg(OrvCommandLine::tr("Port")) << "\n"
+    out() << OrvCommandLine::tr("Model").leftJustified(30) << " " << OrvCommandLine::tr("Port") << "\n"
           << QString(58, QLatin1Char('-')) << "\n";
     for (const auto& [model, port] : std::as_const(cameras))
-        out() << QStringLiteral("%1 %2").arg(model, -30).arg(port) << "\n";
+        out() << model.leftJustified(30) << " " << port << "\n";
     return 0;
 }

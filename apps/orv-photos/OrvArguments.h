@@ -19,11 +19,11 @@ struct OrvCommandLineError
         TooManyArguments,
     };
     Kind kind = None;
-    QString command;     // the command it belongs to, if any
-    QString subject;     // the option or command in question
-    QString value;       // the value or argument that was wrong
-    QString suggestion;  // what was probably meant
-    QString allowed;     // the values or arguments allowed
+    QString command; // the command it belongs to, if any
+    QString subject; // the option or command in question
+    QString value; // the value or argument that was wrong
+    QString suggestion; // what was probably meant
+    QString allowed; // the values or arguments allowed
 };
 
 // What the command line said: the command, its options' values and its

@@ -23,8 +23,7 @@ QString listed(const QStringList& words)
 
 OrvCommandLine::OrvCommandLine(QList<OrvOption> globalOptions, QList<OrvCommandSpec> commands)
     : myGlobalOptions(std::move(globalOptions)), myCommands(std::move(commands))
-{
-}
+{ }
 
 const OrvCommandSpec* OrvCommandLine::command(const QString& name) const
 {
@@ -79,11 +78,13 @@ OrvArguments OrvCommandLine::parse(const QStringList& words) const
     OrvArguments result;
     const OrvCommandSpec* spec = nullptr;
     // The first mistake is kept; the words after it are still looked at for --help.
-    const auto fail = [&result, &spec](OrvCommandLineError::Kind kind, const QString& subject, const QString& suggestion = QString(),
-                                       const QString& allowed = QString(), const QString& value = QString()) {
+    const auto fail = [&result, &spec](OrvCommandLineError::Kind kind, const QString& subject,
+                                       const QString& suggestion = QString(), const QString& allowed = QString(),
+                                       const QString& value = QString()) {
         if (result.hasError())
             return;
-        result.myError = {kind, spec ? QString::fromLatin1(spec->name) : QString(), subject, value, suggestion, allowed};
+        result.myError
+            = {kind, spec ? QString::fromLatin1(spec->name) : QString(), subject, value, suggestion, allowed};
     };
     bool optionsEnded = false;
     for (qsizetype i = 0; i < words.size(); ++i) {
@@ -101,7 +102,8 @@ OrvArguments OrvCommandLine::parse(const QStringList& words) const
             const QString name = word.mid(2, equals < 0 ? -1 : equals - 2);
             const OrvOption* option = findOption(spec, name);
             if (!option) {
-                fail(OrvCommandLineError::UnknownOption, dashed(name), OrvDidYouMean::nearest(dashed(name), optionNames(spec)));
+                fail(OrvCommandLineError::UnknownOption, dashed(name),
+                     OrvDidYouMean::nearest(dashed(name), optionNames(spec)));
                 // A value given with "=" goes with the unknown option; one given apart is read as an argument.
                 continue;
             }
@@ -120,7 +122,8 @@ OrvArguments OrvCommandLine::parse(const QStringList& words) const
             }
             const QStringList choices = choicesOf(option->choices);
             if (!choices.isEmpty() && !choices.contains(value)) {
-                fail(OrvCommandLineError::BadChoice, dashed(key), OrvDidYouMean::nearest(value, choices), listed(choices), value);
+                fail(OrvCommandLineError::BadChoice, dashed(key), OrvDidYouMean::nearest(value, choices),
+                     listed(choices), value);
             }
             QStringList& given = result.myValues[key];
             if (option->flags & OrvOption::Repeatable)
@@ -131,7 +134,8 @@ OrvArguments OrvCommandLine::parse(const QStringList& words) const
         }
         if (!optionsEnded && word.size() > 1 && word.startsWith(QLatin1Char('-'))) {
             // "-json" for "--json": no option has a single dash but -h.
-            fail(OrvCommandLineError::UnknownOption, word, OrvDidYouMean::nearest(QLatin1Char('-') + word, optionNames(spec)));
+            fail(OrvCommandLineError::UnknownOption, word,
+                 OrvDidYouMean::nearest(QLatin1Char('-') + word, optionNames(spec)));
             continue;
         }
         if (!spec && result.myCommand.isEmpty()) {
@@ -151,7 +155,8 @@ OrvArguments OrvCommandLine::parse(const QStringList& words) const
     }
     for (const OrvOption& option : spec->options) {
         if ((option.flags & OrvOption::Required) && !result.isSet(QLatin1String(option.name))) {
-            fail(OrvCommandLineError::MissingOption, dashed(QLatin1String(option.name)), QString(), QLatin1String(option.value));
+            fail(OrvCommandLineError::MissingOption, dashed(QLatin1String(option.name)), QString(),
+                 QLatin1String(option.value));
             return result;
         }
     }
@@ -159,13 +164,14 @@ OrvArguments OrvCommandLine::parse(const QStringList& words) const
     if (result.myArguments.size() < spec->minArguments) {
         fail(OrvCommandLineError::MissingArgument, shown);
     } else if (spec->maxArguments >= 0 && result.myArguments.size() > spec->maxArguments) {
-        fail(OrvCommandLineError::TooManyArguments, QString(), QString(), shown, result.myArguments.at(spec->maxArguments));
+        fail(OrvCommandLineError::TooManyArguments, QString(), QString(), shown,
+             result.myArguments.at(spec->maxArguments));
     } else if (spec->argumentChoices) {
         const QStringList choices = choicesOf(spec->argumentChoices);
         for (const QString& argument : std::as_const(result.myArguments)) {
             if (!choices.contains(argument)) {
-                fail(OrvCommandLineError::BadChoice, QLatin1String(spec->name), OrvDidYouMean::nearest(argument, choices), listed(choices),
-                     argument);
+                fail(OrvCommandLineError::BadChoice, QLatin1String(spec->name),
+                     OrvDidYouMean::nearest(argument, choices), listed(choices), argument);
                 break;
             }
         }

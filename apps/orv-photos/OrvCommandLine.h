@@ -20,29 +20,29 @@ enum class OrvValueKind { None, File, Directory, Service, Command };
 struct OrvOption
 {
     enum Flag {
-        Repeatable = 1,  // every occurrence is kept, not only the last
+        Repeatable = 1, // every occurrence is kept, not only the last
         Required = 2,
-        Hidden = 4,      // neither in the help nor in the completions
+        Hidden = 4, // neither in the help nor in the completions
     };
-    const char* name;          // without "--"
-    const char* value;         // what the value is called in the help ("DIR"); nullptr: a switch
-    const char* help;          // QT_TRANSLATE_NOOP("OrvCommandLine", ...)
+    const char* name; // without "--"
+    const char* value; // what the value is called in the help ("DIR"); nullptr: a switch
+    const char* help; // QT_TRANSLATE_NOOP("OrvCommandLine", ...)
     OrvValueKind kind = OrvValueKind::None;
-    const char* choices = nullptr;  // the values allowed, separated by spaces
+    const char* choices = nullptr; // the values allowed, separated by spaces
     unsigned flags = 0;
-    const char* group = nullptr;    // a global option's heading in the help
-    const char* alias = nullptr;    // an older name that still works
+    const char* group = nullptr; // a global option's heading in the help
+    const char* alias = nullptr; // an older name that still works
 };
 
 struct OrvCommandSpec
 {
     const char* name;
-    const char* summary;      // one line, without a full stop
-    const char* description;  // a paragraph for the command's help and the manual page
+    const char* summary; // one line, without a full stop
+    const char* description; // a paragraph for the command's help and the manual page
     QList<OrvOption> options;
-    const char* arguments = nullptr;  // as the usage line shows them: "PATH", "FILE...", "[on|off]"
+    const char* arguments = nullptr; // as the usage line shows them: "PATH", "FILE...", "[on|off]"
     int minArguments = 0;
-    int maxArguments = 0;              // -1: any number
+    int maxArguments = 0; // -1: any number
     const char* argumentChoices = nullptr;
     OrvValueKind argumentKind = OrvValueKind::None;
     std::function<int(const OrvArguments&)> run;

@@ -28,7 +28,8 @@ OrvLanguage::OrvLanguage(const QString& language) : myLanguage(language)
     qputenv("LANGUAGE", language.toLatin1());
     // Qt's own texts (standard buttons and dialogs), where the system has them.
     auto qt = std::make_unique<QTranslator>();
-    if (qt->load(locale, QStringLiteral("qtbase"), QStringLiteral("_"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+    if (qt->load(locale, QStringLiteral("qtbase"), QStringLiteral("_"),
+                 QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         install(std::move(qt), QStringLiteral("qtbase_") + language);
     installCatalogues();
 }
@@ -41,8 +42,9 @@ OrvLanguage::~OrvLanguage()
 
 void OrvLanguage::installCatalogues()
 {
-    const QStringList names = QDir(catalogueFolder).entryList({QStringLiteral("*_") + myLanguage + QStringLiteral(".qm")},
-                                                              QDir::Files, QDir::Name);
+    const QStringList names
+        = QDir(catalogueFolder)
+              .entryList({QStringLiteral("*_") + myLanguage + QStringLiteral(".qm")}, QDir::Files, QDir::Name);
     for (const QString& name : names) {
         if (myCatalogues.contains(name))
             continue;

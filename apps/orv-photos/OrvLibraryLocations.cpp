@@ -66,7 +66,8 @@ bool OrvLibraryLocations::setLibrary(const QString& service, const QString& path
     }
     // The sources read "~" as the home folder wherever it stands; a folder that has one is reached through a link.
     if (file.fileName().contains(QLatin1Char('~'))) {
-        *why = tr("%1: a file name with ~ cannot be handed on; give the folder with %2 in it").arg(file.absoluteFilePath(), fileName);
+        *why = tr("%1: a file name with ~ cannot be handed on; give the folder with %2 in it")
+                   .arg(file.absoluteFilePath(), fileName);
         return false;
     }
     myNamed.insert(service, QDir::cleanPath(file.absoluteFilePath()));

@@ -40,7 +40,7 @@ public:
 private:
     OrvLibraryLocations();
 
-    QHash<QString, QString> myNamed;       // service -> library file named on the command line
-    QHash<QString, QString> myPreferences;  // service -> the user's preference file, as it was
+    QHash<QString, QString> myNamed; // service -> library file named on the command line
+    QHash<QString, QString> myPreferences; // service -> the user's preference file, as it was
     std::unique_ptr<QTemporaryDir> myRunPreferences;
 };

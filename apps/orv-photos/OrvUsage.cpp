@@ -18,7 +18,8 @@ QString translated(const char* text) { return text ? QCoreApplication::translate
 
 QString label(const OrvOption& option)
 {
-    QString text = option.name == QLatin1String("help") ? QStringLiteral("-h, --help") : QStringLiteral("--") + QLatin1String(option.name);
+    QString text = option.name == QLatin1String("help") ? QStringLiteral("-h, --help")
+                                                        : QStringLiteral("--") + QLatin1String(option.name);
     if (option.value)
         text += QLatin1Char(' ') + QLatin1String(option.value);
     return text;
@@ -47,8 +48,9 @@ QString roff(const QString& text)
 
 QString roffLabel(const OrvOption& option)
 {
-    QString text = option.name == QLatin1String("help") ? QStringLiteral("\\fB\\-h\\fR, \\fB\\-\\-help\\fR")
-                                                         : QStringLiteral("\\fB\\-\\-%1\\fR").arg(roff(QLatin1String(option.name)));
+    QString text = option.name == QLatin1String("help")
+        ? QStringLiteral("\\fB\\-h\\fR, \\fB\\-\\-help\\fR")
+        : QStringLiteral("\\fB\\-\\-%1\\fR").arg(roff(QLatin1String(option.name)));
     if (option.value)
         text += QStringLiteral(" \\fI%1\\fR").arg(roff(QLatin1String(option.value)));
     return text;
@@ -99,7 +101,7 @@ QStringList optionWords(const QList<OrvOption>& options)
 
 } // namespace
 
-OrvUsage::OrvUsage(const OrvCommandLine& commandLine) : myCommandLine(commandLine) {}
+OrvUsage::OrvUsage(const OrvCommandLine& commandLine) : myCommandLine(commandLine) { }
 
 QString OrvUsage::version() { return QStringLiteral("orv-photos " ORV_VERSION); }
 
@@ -178,12 +180,15 @@ QString OrvUsage::help(const QString& name) const
     if (spec) {
         text += wrap(translated(spec->description), 0) + QStringLiteral("\n\n");
         text += tr("Options:") + QLatin1Char('\n') + optionLines(spec->options, true) + QLatin1Char('\n');
-        text += wrap(tr("The global options (orv-photos --help) go before or after the command."), 0) + QLatin1Char('\n');
+        text += wrap(tr("The global options (orv-photos --help) go before or after the command."), 0)
+            + QLatin1Char('\n');
         return text;
     }
-    text += wrap(tr("Photos from Apple's photo software (Photos, iPhoto, Aperture) and from cameras, through the plug-in "
-                    "libOrvApplePhotos."),
-                 0)
+    text
+        += wrap(
+               tr("Photos from Apple's photo software (Photos, iPhoto, Aperture) and from cameras, through the plug-in "
+                  "libOrvApplePhotos."),
+               0)
         + QStringLiteral("\n\n") + tr("Commands:") + QLatin1Char('\n');
     int column = 0;
     for (const OrvCommandSpec& command : myCommandLine.commands())
@@ -204,7 +209,8 @@ QString OrvUsage::help(const QString& name) const
             if (option.group && group == QLatin1String(option.group))
                 options.append(option);
         }
-        text += QLatin1Char('\n') + translated(group.toLatin1().constData()) + QStringLiteral(":\n") + optionLines(options, false, myCommandLine.globalOptions());
+        text += QLatin1Char('\n') + translated(group.toLatin1().constData()) + QStringLiteral(":\n")
+            + optionLines(options, false, myCommandLine.globalOptions());
     }
     text += QLatin1Char('\n')
         + wrap(tr("Options go before or after the command; orv-photos COMMAND --help shows a command's own."), 0)
@@ -215,19 +221,24 @@ QString OrvUsage::help(const QString& name) const
 QString OrvUsage::manPage() const
 {
     // Option names are not to be hyphenated at a line's end.
-    QString page = QStringLiteral(".TH ORV\\-PHOTOS 1 \"\" \"%1\" \"%2\"\n.nh\n").arg(roff(version()), roff(tr("User Commands")));
-    page += QStringLiteral(".SH %1\norv\\-photos \\- %2\n").arg(tr("NAME"), roff(tr("photos from Apple's photo software and from cameras")));
-    page += QStringLiteral(".SH %1\n.B orv\\-photos\n[\\fIOPTION\\fR...] \\fICOMMAND\\fR [\\fIARGUMENT\\fR...]\n").arg(tr("SYNOPSIS"));
-    page += QStringLiteral(".SH %1\n%2\n").arg(tr("DESCRIPTION"),
-                                             roff(tr("Photos from Apple's photo software (Photos, iPhoto, Aperture) and from "
-                                                     "cameras, through the plug-in libOrvApplePhotos. Options go before or "
-                                                     "after the command.")));
+    QString page = QStringLiteral(".TH ORV\\-PHOTOS 1 \"\" \"%1\" \"%2\"\n.nh\n")
+                       .arg(roff(version()), roff(tr("User Commands")));
+    page += QStringLiteral(".SH %1\norv\\-photos \\- %2\n")
+                .arg(tr("NAME"), roff(tr("photos from Apple's photo software and from cameras")));
+    page += QStringLiteral(".SH %1\n.B orv\\-photos\n[\\fIOPTION\\fR...] \\fICOMMAND\\fR [\\fIARGUMENT\\fR...]\n")
+                .arg(tr("SYNOPSIS"));
+    page += QStringLiteral(".SH %1\n%2\n")
+                .arg(tr("DESCRIPTION"),
+                     roff(tr("Photos from Apple's photo software (Photos, iPhoto, Aperture) and from "
+                             "cameras, through the plug-in libOrvApplePhotos. Options go before or "
+                             "after the command.")));
     page += QStringLiteral(".SH %1\n").arg(tr("COMMANDS"));
     for (const OrvCommandSpec& command : myCommandLine.commands()) {
         page += QStringLiteral(".TP\n\\fB%1\\fR").arg(roff(QLatin1String(command.name)));
         for (const OrvOption& option : shown(command.options)) {
             const QString part = roffLabel(option);
-            page += QLatin1Char(' ') + (option.flags & OrvOption::Required ? part : QLatin1Char('[') + part + QLatin1Char(']'));
+            page += QLatin1Char(' ')
+                + (option.flags & OrvOption::Required ? part : QLatin1Char('[') + part + QLatin1Char(']'));
         }
         if (command.arguments)
             page += QStringLiteral(" \\fI%1\\fR").arg(roff(QLatin1String(command.arguments)));
@@ -252,9 +263,12 @@ QString OrvUsage::manPage() const
     page += QStringLiteral(".SH %1\n.TP\n.B ORV_PLUGIN_PATH\n%2\n.TP\n.B XDG_CONFIG_HOME\n%3\n")
                 .arg(tr("ENVIRONMENT"), roff(tr("the plug-in library, where --plugin names none")),
                      roff(tr("the folder of the iPhoto and Aperture preferences (default ~/.config)")));
-    page += QStringLiteral(".SH %1\n.TP\n.I $XDG_CONFIG_HOME/apple/iphoto.conf\n.TQ\n.I $XDG_CONFIG_HOME/apple/aperture.conf\n%2\n")
-                .arg(tr("FILES"), roff(tr("the preferences of iPhoto and Aperture: XMLDataFilePath names the library file, "
-                                          "RootDirectory the library folder")));
+    page
+        += QStringLiteral(
+               ".SH %1\n.TP\n.I $XDG_CONFIG_HOME/apple/iphoto.conf\n.TQ\n.I $XDG_CONFIG_HOME/apple/aperture.conf\n%2\n")
+               .arg(tr("FILES"),
+                    roff(tr("the preferences of iPhoto and Aperture: XMLDataFilePath names the library file, "
+                            "RootDirectory the library folder")));
     page += QStringLiteral(".SH %1\n.BR gphoto2 (1)\n").arg(tr("SEE ALSO"));
     return page;
 }
@@ -290,39 +304,45 @@ QString OrvUsage::bashCompletion() const
         QString text;
         for (const OrvOption& option : options) {
             if (option.value)
-                text += indent + QStringLiteral("--%1) %2; return ;;\n").arg(QLatin1String(option.name), complete(option.kind, option.choices));
+                text += indent
+                    + QStringLiteral("--%1) %2; return ;;\n")
+                          .arg(QLatin1String(option.name), complete(option.kind, option.choices));
         }
         return text;
     };
-    QString script = QStringLiteral(
-        "# bash completion for orv-photos (made by orv-photos --completion bash)\n"
-        "_orv_photos()\n"
-        "{\n"
-        "    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} command= i\n"
-        "    # --name=value: bash splits at the \"=\"\n"
-        "    if [[ $cur == = ]]; then cur=; fi\n"
-        "    if [[ $prev == = ]]; then prev=${COMP_WORDS[COMP_CWORD-2]}; fi\n"
-        "    for ((i = 1; i < COMP_CWORD; i++)); do\n"
-        "        case ${COMP_WORDS[i]} in\n");
-    script += QStringLiteral("            %1)\n                [[ ${COMP_WORDS[i+1]} == = ]] && ((i++))\n                ((i++)) ;;\n")
+    QString script
+        = QStringLiteral("# bash completion for orv-photos (made by orv-photos --completion bash)\n"
+                         "_orv_photos()\n"
+                         "{\n"
+                         "    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} command= i\n"
+                         "    # --name=value: bash splits at the \"=\"\n"
+                         "    if [[ $cur == = ]]; then cur=; fi\n"
+                         "    if [[ $prev == = ]]; then prev=${COMP_WORDS[COMP_CWORD-2]}; fi\n"
+                         "    for ((i = 1; i < COMP_CWORD; i++)); do\n"
+                         "        case ${COMP_WORDS[i]} in\n");
+    script += QStringLiteral("            %1)\n                [[ ${COMP_WORDS[i+1]} == = ]] && ((i++))\n              "
+                             "  ((i++)) ;;\n")
                   .arg(valueOptions(myCommandLine.globalOptions()).join(QLatin1Char('|')));
-    script += QStringLiteral("            -*) ;;\n            *) command=${COMP_WORDS[i]}; break ;;\n        esac\n    done\n"
-                             "    case $prev in\n");
+    script += QStringLiteral(
+        "            -*) ;;\n            *) command=${COMP_WORDS[i]}; break ;;\n        esac\n    done\n"
+        "    case $prev in\n");
     script += valueCases(myCommandLine.globalOptions(), QStringLiteral("        "));
     script += QStringLiteral("    esac\n    case $command in\n        '')\n            if [[ $cur == -* ]]; then\n"
                              "                COMPREPLY=($(compgen -W %1 -- \"$cur\"))\n            else\n"
                              "                COMPREPLY=($(compgen -W %2 -- \"$cur\"))\n            fi ;;\n")
-                  .arg(shellQuoted(optionWords(myCommandLine.globalOptions()).join(QLatin1Char(' ')) + QStringLiteral(" -h")),
+                  .arg(shellQuoted(optionWords(myCommandLine.globalOptions()).join(QLatin1Char(' '))
+                                   + QStringLiteral(" -h")),
                        shellQuoted(myCommandLine.commandNames().join(QLatin1Char(' '))));
     for (const OrvCommandSpec& command : myCommandLine.commands()) {
         script += QStringLiteral("        %1)\n            case $prev in\n").arg(QLatin1String(command.name));
         script += valueCases(command.options, QStringLiteral("                "));
-        script += QStringLiteral("            esac\n            if [[ $cur == -* ]]; then\n"
-                                 "                COMPREPLY=($(compgen -W %1 -- \"$cur\"))\n            else\n"
-                                 "                %2\n            fi ;;\n")
-                      .arg(shellQuoted((optionWords(command.options) << QStringLiteral("--help")).join(QLatin1Char(' '))),
-                           command.maxArguments == 0 ? QStringLiteral("COMPREPLY=()")
-                                                     : complete(command.argumentKind, command.argumentChoices));
+        script
+            += QStringLiteral("            esac\n            if [[ $cur == -* ]]; then\n"
+                              "                COMPREPLY=($(compgen -W %1 -- \"$cur\"))\n            else\n"
+                              "                %2\n            fi ;;\n")
+                   .arg(shellQuoted((optionWords(command.options) << QStringLiteral("--help")).join(QLatin1Char(' '))),
+                        command.maxArguments == 0 ? QStringLiteral("COMPREPLY=()")
+                                                  : complete(command.argumentKind, command.argumentChoices));
     }
     script += QStringLiteral("    esac\n}\ncomplete -F _orv_photos orv-photos\n");
     return script;
@@ -331,7 +351,8 @@ QString OrvUsage::bashCompletion() const
 QString OrvUsage::zshCompletion() const
 {
     const auto spec = [this](const OrvOption& option) {
-        QString text = (option.flags & OrvOption::Repeatable ? QStringLiteral("*--") : QStringLiteral("--")) + QLatin1String(option.name);
+        QString text = (option.flags & OrvOption::Repeatable ? QStringLiteral("*--") : QStringLiteral("--"))
+            + QLatin1String(option.name);
         if (option.value)
             text += QLatin1Char('=');
         text += QLatin1Char('[') + zshText(brief(option.help)) + QLatin1Char(']');
@@ -349,32 +370,41 @@ QString OrvUsage::zshCompletion() const
         }
         return shellQuoted(text);
     };
-    QString script = QStringLiteral("#compdef orv-photos\n# zsh completion for orv-photos (made by orv-photos --completion zsh)\n"
-                                    "_orv_photos()\n{\n    local curcontext=$curcontext state line\n    local -a globals commands\n    typeset -A opt_args\n"
-                                    "    globals=(\n        '(- *)'{-h,--help}'[%1]'\n")
-                         .arg(zshText(tr("show the help")));
+    QString script
+        = QStringLiteral("#compdef orv-photos\n# zsh completion for orv-photos (made by orv-photos --completion zsh)\n"
+                         "_orv_photos()\n{\n    local curcontext=$curcontext state line\n    local -a globals "
+                         "commands\n    typeset -A opt_args\n"
+                         "    globals=(\n        '(- *)'{-h,--help}'[%1]'\n")
+              .arg(zshText(tr("show the help")));
     for (const OrvOption& option : shown(myCommandLine.globalOptions())) {
         if (option.name != QLatin1String("help"))
             script += QStringLiteral("        ") + spec(option) + QLatin1Char('\n');
     }
     script += QStringLiteral("    )\n    commands=(\n");
     for (const OrvCommandSpec& command : myCommandLine.commands())
-        script += QStringLiteral("        ") + shellQuoted(QLatin1String(command.name) + QLatin1Char(':') + zshText(translated(command.summary))) + QLatin1Char('\n');
-    script += QStringLiteral("    )\n    _arguments -C $globals '1:command:->command' '*::argument:->argument' && return\n"
-                             "    case $state in\n        command) _describe -t commands command commands ;;\n"
-                             "        argument)\n            case $words[1] in\n");
+        script += QStringLiteral("        ")
+            + shellQuoted(QLatin1String(command.name) + QLatin1Char(':') + zshText(translated(command.summary)))
+            + QLatin1Char('\n');
+    script
+        += QStringLiteral("    )\n    _arguments -C $globals '1:command:->command' '*::argument:->argument' && return\n"
+                          "    case $state in\n        command) _describe -t commands command commands ;;\n"
+                          "        argument)\n            case $words[1] in\n");
     for (const OrvCommandSpec& command : myCommandLine.commands()) {
         script += QStringLiteral("                %1) _arguments $globals").arg(QLatin1String(command.name));
         for (const OrvOption& option : shown(command.options))
             script += QLatin1Char(' ') + spec(option);
         if (command.maxArguments != 0) {
             const QString words = completionWords(command.argumentKind, command.argumentChoices);
-            const QString action = !words.isEmpty()                                 ? QLatin1Char('(') + words + QLatin1Char(')')
-                : command.argumentKind == OrvValueKind::Directory                    ? QStringLiteral("_files -/")
-                : command.argumentKind == OrvValueKind::File                         ? QStringLiteral("_files")
-                                                                                     : QStringLiteral(" ");
-            const QString what = zshText(QString::fromLatin1(command.arguments).remove(QRegularExpression(QStringLiteral("[\\[\\].]"))).toLower());
-            script += QLatin1Char(' ') + shellQuoted((command.maxArguments < 0 ? QStringLiteral("*:") : QStringLiteral(":")) + what + QLatin1Char(':') + action);
+            const QString action = !words.isEmpty()               ? QLatin1Char('(') + words + QLatin1Char(')')
+                : command.argumentKind == OrvValueKind::Directory ? QStringLiteral("_files -/")
+                : command.argumentKind == OrvValueKind::File      ? QStringLiteral("_files")
+                                                                  : QStringLiteral(" ");
+            const QString what = zshText(QString::fromLatin1(command.arguments)
+                                             .remove(QRegularExpression(QStringLiteral("[\\[\\].]")))
+                                             .toLower());
+            script += QLatin1Char(' ')
+                + shellQuoted((command.maxArguments < 0 ? QStringLiteral("*:") : QStringLiteral(":")) + what
+                              + QLatin1Char(':') + action);
         }
         script += QStringLiteral(" ;;\n");
     }

@@ -57,7 +57,8 @@ QString defaultPluginPath()
     const QString fromEnvironment = qEnvironmentVariable("ORV_PLUGIN_PATH");
     if (!fromEnvironment.isEmpty())
         return fromEnvironment;
-    return QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("../lib/" ORV_PLUGIN_FILE_NAME));
+    return QDir(QCoreApplication::applicationDirPath())
+        .absoluteFilePath(QStringLiteral("../lib/" ORV_PLUGIN_FILE_NAME));
 }
 
 // A mistake in what was asked: one line. Always false, for the caller to return.
@@ -80,7 +81,8 @@ bool applyHostOptions(const OrvArguments& arguments)
         bool ok = false;
         programId = arguments.value(QStringLiteral("program-id")).toInt(&ok);
         if (!ok)
-            return mistake(OrvCommandLine::tr("--program-id takes a number, not %1").arg(arguments.value(QStringLiteral("program-id"))));
+            return mistake(OrvCommandLine::tr("--program-id takes a number, not %1")
+                               .arg(arguments.value(QStringLiteral("program-id"))));
     }
     OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
     if (arguments.isSet(QStringLiteral("os"))) {
@@ -117,14 +119,19 @@ bool checkCamera(const QString& model, const QString& port)
         return true;
     case OrvGPhoto2::CameraCheck::UnknownModel: {
         const QString nearest = OrvDidYouMean::nearest(model, OrvGPhoto2::cameraModels());
-        return mistake(nearest.isEmpty() ? OrvCommandLine::tr("--camera: unknown camera model %1 (gphoto2 --list-cameras lists them)").arg(model)
-                                         : OrvCommandLine::tr("--camera: unknown camera model %1; did you mean %2?").arg(model, nearest));
+        return mistake(
+            nearest.isEmpty()
+                ? OrvCommandLine::tr("--camera: unknown camera model %1 (gphoto2 --list-cameras lists them)").arg(model)
+                : OrvCommandLine::tr("--camera: unknown camera model %1; did you mean %2?").arg(model, nearest));
     }
     case OrvGPhoto2::CameraCheck::UnknownPort:
-        return mistake(OrvCommandLine::tr("--camera: Unknown port %1 (a port begins with usb:, disk:, serial:, ptpip: or ip:)").arg(port));
+        return mistake(
+            OrvCommandLine::tr("--camera: Unknown port %1 (a port begins with usb:, disk:, serial:, ptpip: or ip:)")
+                .arg(port));
     case OrvGPhoto2::CameraCheck::NoFolder:
-        return mistake(OrvCommandLine::tr("--camera: no camera %1 at %2 (the folder must exist, hold something and not be /)")
-                           .arg(model, port));
+        return mistake(
+            OrvCommandLine::tr("--camera: no camera %1 at %2 (the folder must exist, hold something and not be /)")
+                .arg(model, port));
     case OrvGPhoto2::CameraCheck::DoesNotOpen:
         return mistake(OrvCommandLine::tr("--camera: cannot open %1 at %2: %3").arg(model, port, why));
     }
@@ -140,13 +147,15 @@ bool installCameras(const OrvArguments& arguments)
     for (const QString& value : arguments.values(QStringLiteral("camera"))) {
         const qsizetype equals = value.indexOf(QLatin1Char('='));
         if (equals <= 0 || equals + 1 >= value.size())
-            return mistake(OrvCommandLine::tr("--camera takes MODEL=PORT, e.g. \"Directory Browse=disk:/path\", not %1").arg(value));
+            return mistake(OrvCommandLine::tr("--camera takes MODEL=PORT, e.g. \"Directory Browse=disk:/path\", not %1")
+                               .arg(value));
         cameras.append({value.left(equals), value.mid(equals + 1)});
     }
     if (arguments.isSet(QStringLiteral("devices"))) {
         if (!cameras.isEmpty())
-            return mistake(OrvCommandLine::tr("--camera names a camera for libgphoto2, and --devices puts simulated devices in "
-                                              "its place: give one of them"));
+            return mistake(
+                OrvCommandLine::tr("--camera names a camera for libgphoto2, and --devices puts simulated devices in "
+                                   "its place: give one of them"));
         const QString file = arguments.value(QStringLiteral("devices"));
         QList<OrvImageCaptureSim::DeviceSpec> devices;
         QString error;
@@ -195,13 +204,14 @@ int main(int argc, char** argv)
 
     // A command-line tool: no window system needed unless the caller asks for
     // one, or for the browser on a desktop (its screenshots need none either).
-    const bool onScreen = arguments.command() == QLatin1String("browse") && !arguments.wantsHelp() && !arguments.hasError()
-        && !arguments.isSet(QStringLiteral("screenshot"))
+    const bool onScreen = arguments.command() == QLatin1String("browse") && !arguments.wantsHelp()
+        && !arguments.hasError() && !arguments.isSet(QStringLiteral("screenshot"))
         && (!qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"));
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !onScreen)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) {
-        const QString runtime = QDir::tempPath() + QStringLiteral("/orv-photos-runtime-") + qEnvironmentVariable("USER", QStringLiteral("user"));
+        const QString runtime = QDir::tempPath() + QStringLiteral("/orv-photos-runtime-")
+            + qEnvironmentVariable("USER", QStringLiteral("user"));
         QDir().mkpath(runtime);
         QFile::setPermissions(runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         qputenv("XDG_RUNTIME_DIR", runtime.toLocal8Bit());
@@ -213,13 +223,15 @@ int main(int argc, char** argv)
     // The sources' debug lines are for developers; --verbose shows them. A file
     // that a library names but that cannot be read is the user's business: one line each.
     if (qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
-        QLoggingCategory::setFilterRules(arguments.isSet(QStringLiteral("verbose")) ? QString()
-                                                                                     : QStringLiteral("*.debug=false\norv.files.debug=true"));
+        QLoggingCategory::setFilterRules(arguments.isSet(QStringLiteral("verbose"))
+                                             ? QString()
+                                             : QStringLiteral("*.debug=false\norv.files.debug=true"));
     previousHandler = qInstallMessageHandler(showRefusedFiles);
 
     // One language for everything the run shows, mistakes in the command line included.
     const QString asked = arguments.value(QStringLiteral("language"));
-    OrvLanguage language(asked == QLatin1String("de") || asked == QLatin1String("en") ? asked : OrvLanguage::systemLanguage());
+    OrvLanguage language(asked == QLatin1String("de") || asked == QLatin1String("en") ? asked
+                                                                                      : OrvLanguage::systemLanguage());
 
     const OrvUsage usage(commandLine);
     if (arguments.wantsHelp()) {
@@ -260,7 +272,8 @@ int main(int argc, char** argv)
     OrvImageIOQt::install();
     if (!installCameras(arguments))
         return 1;
-    const QString pluginPath = arguments.isSet(QStringLiteral("plugin")) ? arguments.value(QStringLiteral("plugin")) : defaultPluginPath();
+    const QString pluginPath
+        = arguments.isSet(QStringLiteral("plugin")) ? arguments.value(QStringLiteral("plugin")) : defaultPluginPath();
     QLibrary plugin(pluginPath);
     const QFileInfo pluginFile(pluginPath);
     if (!pluginFile.isFile() || !plugin.load()) {

@@ -16,19 +16,34 @@ int ran = 0;
 OrvCommandLine table()
 {
     const auto run = [](const OrvArguments&) { return ++ran; };
-    return OrvCommandLine(
-        {{"verbose", nullptr, "v"},
-         {"language", "de|en", "l", OrvValueKind::None, "de en"},
-         {"camera", "MODEL=PORT", "c", OrvValueKind::None, nullptr, OrvOption::Repeatable},
-         {"photo-list", "FILE", "p", OrvValueKind::File, nullptr, 0, nullptr, "foto-list"}},
-        {{"tree", "t", "t", {{"source", "SERVICE", "s"}, {"json", nullptr, "j"}}, nullptr, 0, 0, nullptr, OrvValueKind::None, run},
-         {"export", "e", "e",
-          {{"source", "SERVICE", "s", OrvValueKind::Service, nullptr, OrvOption::Required},
-           {"format", "F", "f", OrvValueKind::None, "jpeg png original"}},
-          nullptr, 0, 0, nullptr, OrvValueKind::None, run},
-         {"ls", "l", "l", {}, "PATH", 1, 1, nullptr, OrvValueKind::Directory, run},
-         {"paste", "p", "p", {}, "FILE...", 1, -1, nullptr, OrvValueKind::File, run},
-         {"autostart", "a", "a", {}, "[on|off]", 0, 1, "on off", OrvValueKind::None, run}});
+    return OrvCommandLine({{"verbose", nullptr, "v"},
+                           {"language", "de|en", "l", OrvValueKind::None, "de en"},
+                           {"camera", "MODEL=PORT", "c", OrvValueKind::None, nullptr, OrvOption::Repeatable},
+                           {"photo-list", "FILE", "p", OrvValueKind::File, nullptr, 0, nullptr, "foto-list"}},
+                          {{"tree",
+                            "t",
+                            "t",
+                            {{"source", "SERVICE", "s"}, {"json", nullptr, "j"}},
+                            nullptr,
+                            0,
+                            0,
+                            nullptr,
+                            OrvValueKind::None,
+                            run},
+                           {"export",
+                            "e",
+                            "e",
+                            {{"source", "SERVICE", "s", OrvValueKind::Service, nullptr, OrvOption::Required},
+                             {"format", "F", "f", OrvValueKind::None, "jpeg png original"}},
+                            nullptr,
+                            0,
+                            0,
+                            nullptr,
+                            OrvValueKind::None,
+                            run},
+                           {"ls", "l", "l", {}, "PATH", 1, 1, nullptr, OrvValueKind::Directory, run},
+                           {"paste", "p", "p", {}, "FILE...", 1, -1, nullptr, OrvValueKind::File, run},
+                           {"autostart", "a", "a", {}, "[on|off]", 0, 1, "on off", OrvValueKind::None, run}});
 }
 
 OrvArguments parse(const QStringList& words) { return table().parse(words); }
@@ -39,9 +54,10 @@ TEST(CommandLine, OneMeaningWhateverTheForm)
 {
     const OrvArguments apart = parse({"--language", "de", "tree", "--source", "photokit", "--json"});
     ASSERT_FALSE(apart.hasError());
-    for (const QStringList& words : {QStringList{"--language=de", "tree", "--source=photokit", "--json"},
-                                     QStringList{"tree", "--json", "--language", "de", "--source", "photokit"},
-                                     QStringList{"tree", "--source", "iphoto", "--source", "photokit", "--language=de", "--json"}}) {
+    for (const QStringList& words :
+         {QStringList{"--language=de", "tree", "--source=photokit", "--json"},
+          QStringList{"tree", "--json", "--language", "de", "--source", "photokit"},
+          QStringList{"tree", "--source", "iphoto", "--source", "photokit", "--language=de", "--json"}}) {
         const OrvArguments other = parse(words);
         ASSERT_FALSE(other.hasError()) << words.join(' ').toStdString();
         EXPECT_EQ(other.command(), apart.command());
@@ -119,9 +135,10 @@ TEST(CommandLine, HelpWinsUnlessItIsAValue)
 // and help is asked for exactly when -h or --help stands before "--" and is no value.
 TEST(CommandLine, RandomWordsNeverBreakIt)
 {
-    const QStringList vocabulary = {"tree", "export", "ls", "paste", "autostart", "on", "--", "-", "-h", "--help",
-                                    "--json", "--source", "--format", "jpeg", "--language", "de", "en", "--camera",
-                                    "--verbose", "--json=", "--source=", "=", "", "x", "--\xc3\xa4", "-\x01"};
+    const QStringList vocabulary
+        = {"tree",      "export",  "ls",        "paste",    "autostart", "on",         "--",         "-",    "-h",
+           "--help",    "--json",  "--source",  "--format", "jpeg",      "--language", "de",         "en",   "--camera",
+           "--verbose", "--json=", "--source=", "=",        "",          "x",          "--\xc3\xa4", "-\x01"};
     std::mt19937 random(21);
     const OrvCommandLine commandLine = table();
     for (int round = 0; round < 20000; ++round) {
@@ -158,7 +175,7 @@ TEST(DidYouMean, DistanceIsAMetricOverEdits)
     EXPECT_EQ(OrvDidYouMean::distance("", ""), 0);
     EXPECT_EQ(OrvDidYouMean::distance("source", ""), 6);
     EXPECT_EQ(OrvDidYouMean::distance("sorce", "source"), 1);
-    EXPECT_EQ(OrvDidYouMean::distance("exprot", "export"), 1);  // two neighbours swapped
+    EXPECT_EQ(OrvDidYouMean::distance("exprot", "export"), 1); // two neighbours swapped
     EXPECT_EQ(OrvDidYouMean::distance("kitten", "sitting"), 3);
     const QStringList words = {"", "a", "ab", "ba", "abc", "source", "sorce", "export", "exprot", "Fotos", "photos"};
     for (const QString& a : words) {
