@@ -87,6 +87,8 @@ QStringList valueOptions(const QList<OrvOption>& options)
     for (const OrvOption& option : options) {
         if (option.value)
             names.append(QStringLiteral("--") + QLatin1String(option.name));
+        if (option.value && option.alias)
+            names.append(QStringLiteral("--") + QLatin1String(option.alias));
     }
     return names;
 }
@@ -303,10 +305,12 @@ QString OrvUsage::bashCompletion() const
     const auto valueCases = [&complete](const QList<OrvOption>& options, const QString& indent) {
         QString text;
         for (const OrvOption& option : options) {
-            if (option.value)
-                text += indent
-                    + QStringLiteral("--%1) %2; return ;;\n")
-                          .arg(QLatin1String(option.name), complete(option.kind, option.choices));
+            if (!option.value)
+                continue;
+            QString names = QStringLiteral("--") + QLatin1String(option.name);
+            if (option.alias)
+                names += QStringLiteral("|--") + QLatin1String(option.alias);
+            text += indent + QStringLiteral("%1) %2; return ;;\n").arg(names, complete(option.kind, option.choices));
         }
         return text;
     };

@@ -33,6 +33,7 @@ expect() {
 expect 'export ' ex
 expect 'cameras ' --language en ca
 expect 'browse ' --plugin=/x/lib.so br
+expect 'tree ' --foto-list list tr
 expect '--camera ' --ca
 expect '--format ' export --fo
 expect 'jpeg original png ' export --source photokit --format ''
@@ -46,6 +47,7 @@ expect 'export ' help exp
 mkdir "$tmp/folder" && : > "$tmp/file"
 expect "$tmp/folder " export --out "$tmp/fo"
 expect "$tmp/file " --iphoto-library "$tmp/fi"
+expect "$tmp/file " --foto-list "$tmp/fi"
 expect "$tmp/folder " ls "$tmp/fo"
 expect '' export --album ''
 
