@@ -29,6 +29,12 @@ mistake '^orv-photos ls: unexpected argument b \(arguments: PATH\)$' ls a b
 mistake '^orv-photos tree: unexpected argument extra$' tree extra
 mistake '^orv-photos help: unknown command expotr; did you mean export\?$' help expotr
 
+# Words of any length or bytes are mistakes like any other.
+long=$(head -c 100000 /dev/zero | tr '\0' x)
+mistake '^orv-photos: unknown command x+$' "$long"
+mistake '^orv-photos tree: unknown option --x+$' tree "--$long"
+mistake '^orv-photos: unknown command .*name$' "$(printf 'bad\377name')"
+
 # Values the commands check.
 mistake '^orv-photos tree: --wait takes a number of seconds' tree --wait soon
 mistake '^orv-photos tree: --wait takes a number of seconds' tree --wait 0
