@@ -570,10 +570,6 @@
         <translation>BESCHREIBUNG</translation>
     </message>
     <message>
-        <source>Photos from Apple&apos;s photo software (Photos, iPhoto, Aperture) and from cameras, through the plug-in libOrvApplePhotos. Options go before or after the command.</source>
-        <translation>Fotos aus Apples Fotoprogrammen (Fotos, iPhoto, Aperture) und von Kameras, über das Plug-in libOrvApplePhotos. Optionen stehen vor oder nach dem Befehl.</translation>
-    </message>
-    <message>
         <source>COMMANDS</source>
         <translation>BEFEHLE</translation>
     </message>
@@ -612,6 +608,10 @@
     <message>
         <source>show the help</source>
         <translation>die Hilfe zeigen</translation>
+    </message>
+    <message>
+        <source>Options go before or after the command.</source>
+        <translation>Optionen stehen vor oder nach dem Befehl.</translation>
     </message>
 </context>
 </TS>

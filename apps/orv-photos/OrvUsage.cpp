@@ -168,6 +168,12 @@ QString OrvUsage::optionLines(const QList<OrvOption>& options, bool withHelp, co
     return text;
 }
 
+QString OrvUsage::about() const
+{
+    return tr("Photos from Apple's photo software (Photos, iPhoto, Aperture) and from cameras, through the plug-in "
+              "libOrvApplePhotos.");
+}
+
 QString OrvUsage::exitStatus() const
 {
     return tr("Exit status: 0 done; 1 a mistake in what was asked (an option, a source, an album, a camera); 2 the "
@@ -186,12 +192,7 @@ QString OrvUsage::help(const QString& name) const
             + QLatin1Char('\n');
         return text;
     }
-    text
-        += wrap(
-               tr("Photos from Apple's photo software (Photos, iPhoto, Aperture) and from cameras, through the plug-in "
-                  "libOrvApplePhotos."),
-               0)
-        + QStringLiteral("\n\n") + tr("Commands:") + QLatin1Char('\n');
+    text += wrap(about(), 0) + QStringLiteral("\n\n") + tr("Commands:") + QLatin1Char('\n');
     int column = 0;
     for (const OrvCommandSpec& command : myCommandLine.commands())
         column = std::max(column, int(qstrlen(command.name)));
@@ -200,18 +201,19 @@ QString OrvUsage::help(const QString& name) const
                      QStringLiteral("  ") + QString::fromLatin1(command.name).leftJustified(column + 2))
             + QLatin1Char('\n');
     }
-    QStringList groups;
+    // The global options under their headings, in the order the headings first come.
+    QList<const char*> groups;
     for (const OrvOption& option : myCommandLine.globalOptions()) {
-        if (option.group && !groups.contains(QLatin1String(option.group)))
-            groups.append(QLatin1String(option.group));
+        if (option.group && !groups.contains(option.group))
+            groups.append(option.group);
     }
-    for (const QString& group : std::as_const(groups)) {
+    for (const char* group : std::as_const(groups)) {
         QList<OrvOption> options;
         for (const OrvOption& option : myCommandLine.globalOptions()) {
-            if (option.group && group == QLatin1String(option.group))
+            if (option.group == group)
                 options.append(option);
         }
-        text += QLatin1Char('\n') + translated(group.toLatin1().constData()) + QStringLiteral(":\n")
+        text += QLatin1Char('\n') + translated(group) + QStringLiteral(":\n")
             + optionLines(options, false, myCommandLine.globalOptions());
     }
     text += QLatin1Char('\n')
@@ -230,10 +232,7 @@ QString OrvUsage::manPage() const
     page += QStringLiteral(".SH %1\n.B orv\\-photos\n[\\fIOPTION\\fR...] \\fICOMMAND\\fR [\\fIARGUMENT\\fR...]\n")
                 .arg(tr("SYNOPSIS"));
     page += QStringLiteral(".SH %1\n%2\n")
-                .arg(tr("DESCRIPTION"),
-                     roff(tr("Photos from Apple's photo software (Photos, iPhoto, Aperture) and from "
-                             "cameras, through the plug-in libOrvApplePhotos. Options go before or "
-                             "after the command.")));
+                .arg(tr("DESCRIPTION"), roff(about() + QLatin1Char(' ') + tr("Options go before or after the command.")));
     page += QStringLiteral(".SH %1\n").arg(tr("COMMANDS"));
     for (const OrvCommandSpec& command : myCommandLine.commands()) {
         page += QStringLiteral(".TP\n\\fB%1\\fR").arg(roff(QLatin1String(command.name)));

@@ -33,6 +33,7 @@ private:
     // Two columns: labels, and their texts, which start where the widest label
     // of aligned (default: of options) leaves room.
     QString optionLines(const QList<OrvOption>& options, bool withHelp, const QList<OrvOption>& aligned = {}) const;
+    QString about() const;
     QString exitStatus() const;
     QString completionWords(OrvValueKind kind, const char* choices) const;
 
