@@ -18,12 +18,6 @@
 
 namespace {
 
-QString usage()
-{
-    return QStringLiteral("usage: orv-photos browse [--source SERVICE [--album NAME_OR_URL [--select N]]] "
-                          "[--screenshot FILE] [--size WxH]\n");
-}
-
 // Runs the event loop until done() holds or timeoutMs passes.
 bool settle(const std::function<bool()>& done, int timeoutMs)
 {
@@ -38,49 +32,40 @@ bool settle(const std::function<bool()>& done, int timeoutMs)
 
 } // namespace
 
-int commandBrowse(const QStringList& arguments)
+int commandBrowse(const OrvArguments& arguments)
 {
-    QString service;
-    QString album;
-    QString screenshot;
+    const QString service = arguments.value(QStringLiteral("source"));
+    const QString album = arguments.value(QStringLiteral("album"));
+    const QString screenshot = arguments.value(QStringLiteral("screenshot"));
     QSize size(1280, 800);
     int select = -1;
-    for (int i = 0; i < arguments.size(); ++i) {
-        const QString& argument = arguments.at(i);
-        if (i + 1 >= arguments.size()) {
-            err() << "orv-photos browse: " << argument << " needs a value\n" << usage();
+    if (arguments.isSet(QStringLiteral("select"))) {
+        bool ok = false;
+        select = arguments.value(QStringLiteral("select")).toInt(&ok);
+        if (!ok || select < 0) {
+            fail("browse") << OrvCommandLine::tr("--select takes the number of a photo, from 0") << "\n";
             return 1;
         }
-        const QString value = arguments.at(++i);
-        if (argument == QLatin1String("--source")) {
-            service = value;
-        } else if (argument == QLatin1String("--album")) {
-            album = value;
-        } else if (argument == QLatin1String("--screenshot")) {
-            screenshot = value;
-        } else if (argument == QLatin1String("--select")) {
-            bool ok = false;
-            select = value.toInt(&ok);
-            if (!ok || select < 0) {
-                err() << "orv-photos browse: --select takes the number of a foto, from 0\n";
-                return 1;
-            }
-        } else if (argument == QLatin1String("--size")) {
-            const QStringList parts = value.split(QLatin1Char('x'));
-            size = parts.size() == 2 ? QSize(parts.at(0).toInt(), parts.at(1).toInt()) : QSize();
-            if (size.width() < 200 || size.height() < 200) {
-                err() << "orv-photos browse: --size takes WIDTHxHEIGHT, at least 200x200\n";
-                return 1;
-            }
-        } else {
-            err() << "orv-photos browse: unknown argument " << argument << "\n" << usage();
+    }
+    if (arguments.isSet(QStringLiteral("size"))) {
+        const QStringList parts = arguments.value(QStringLiteral("size")).split(QLatin1Char('x'));
+        size = parts.size() == 2 ? QSize(parts.at(0).toInt(), parts.at(1).toInt()) : QSize();
+        if (size.width() < 200 || size.height() < 200) {
+            fail("browse") << OrvCommandLine::tr("--size takes WIDTHxHEIGHT, at least 200x200") << "\n";
             return 1;
         }
     }
     if (service.isEmpty() && !album.isEmpty()) {
-        err() << "orv-photos browse: --album needs --source\n";
+        fail("browse") << OrvCommandLine::tr("--album needs --source") << "\n";
         return 1;
     }
+    if (arguments.isSet(QStringLiteral("screenshot")) && screenshot.isEmpty()) {
+        fail("browse") << OrvCommandLine::tr("--screenshot needs a file name") << "\n";
+        return 1;
+    }
+    OrvExternalDatabase* database = nullptr;
+    if (!service.isEmpty() && !(database = findSource(service, "browse")))
+        return 1;
 
     // Written like every other output: a new file in its folder, never through a link or over what is there.
     std::unique_ptr<OrvTargetFolder> screenshotFolder;
@@ -90,9 +75,9 @@ int commandBrowse(const QStringList& arguments)
         if (!screenshotFolder->isOpen() || !OrvTargetFolder::isValidName(screenshotName)
             || screenshotFolder->isTaken(screenshotName)) {
             const QString why = !screenshotFolder->isOpen() ? screenshotFolder->errorString()
-                : OrvTargetFolder::isValidName(screenshotName) ? QStringLiteral("it exists, give a new name")
-                                                               : QStringLiteral("no file name");
-            err() << "orv-photos browse: cannot write " << screenshot << ": " << why << "\n";
+                : OrvTargetFolder::isValidName(screenshotName) ? OrvCommandLine::tr("it exists, give a new name")
+                                                               : OrvCommandLine::tr("no file name");
+            fail("browse") << OrvCommandLine::tr("cannot write %1: %2").arg(screenshot, why) << "\n";
             return 2;
         }
     }
@@ -103,16 +88,7 @@ int commandBrowse(const QStringList& arguments)
     OrvBrowserWindow window(sources);
     window.resize(size);
     window.show();
-    if (!service.isEmpty() && album.isEmpty()) {
-        OrvExternalDatabase* database = nullptr;
-        for (OrvExternalDatabase* source : std::as_const(sources)) {
-            if (source->serviceId() == service)
-                database = source;
-        }
-        if (!database) {
-            err() << "orv-photos browse: no source " << service << "\n";
-            return 1;
-        }
+    if (database && album.isEmpty()) {
         window.openSource(database);
         // Until it has said what it has: albums, or why it has none.
         settle([&] { return !window.sourceModel()->isLoading(database) && (database->getExternalDataPoolConst().countAlbums() > 0 || !window.placeholderText().isEmpty()); }, 10000);
@@ -120,7 +96,8 @@ int commandBrowse(const QStringList& arguments)
         // A source may announce its albums only after it was started.
         const bool found = settle([&] { return window.openAlbum(service, album); }, 10000);
         if (!found) {
-            err() << "orv-photos browse: no album " << album << " in " << service << "\n";
+            if (findAlbum(database, album, "browse").isValid())
+                fail("browse") << OrvCommandLine::tr("cannot open album %1 in %2").arg(album, service) << "\n";
             return 1;
         }
         window.waitForVisibleThumbnails(20000);
@@ -135,11 +112,10 @@ int commandBrowse(const QStringList& arguments)
         const QPixmap shot = window.grab();
         const auto encode = [&shot](QIODevice* target) { return shot.save(target, "PNG"); };
         if (!screenshotFolder->create(screenshotName, encode)) {
-            err() << "orv-photos browse: cannot write " << screenshot << ": " << screenshotFolder->errorString()
-                  << "\n";
+            fail("browse") << OrvCommandLine::tr("cannot write %1: %2").arg(screenshot, screenshotFolder->errorString()) << "\n";
             return 2;
         }
-        out() << "saved " << screenshot << "\n";
+        out() << OrvCommandLine::tr("saved %1").arg(screenshot) << "\n";
         return 0;
     }
     return QApplication::exec();

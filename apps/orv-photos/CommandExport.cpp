@@ -12,82 +12,37 @@
 
 #include <memory>
 
-namespace {
-
-QString usage()
+int commandExport(const OrvArguments& arguments)
 {
-    return QStringLiteral("usage: orv-photos export --source SERVICE --album NAME_OR_URL --size N|full "
-                          "--format jpeg|png|original --out DIR [--wait SECONDS]\n");
-}
-
-} // namespace
-
-int commandExport(const QStringList& givenArguments)
-{
-    QStringList arguments = givenArguments;
     int waitMs = 0;
-    if (!takeWaitOption(arguments, "export", &waitMs))
+    if (!waitOption(arguments, "export", &waitMs))
         return 1;
-    QString service;
-    QString albumName;
-    QString sizeText;
-    QString formatText;
-    QString outDir;
-    for (int i = 0; i < arguments.size(); ++i) {
-        const QString& argument = arguments.at(i);
-        QString* target = argument == QLatin1String("--source") ? &service
-            : argument == QLatin1String("--album")             ? &albumName
-            : argument == QLatin1String("--size")              ? &sizeText
-            : argument == QLatin1String("--format")            ? &formatText
-            : argument == QLatin1String("--out")               ? &outDir
-                                                               : nullptr;
-        if (!target || i + 1 >= arguments.size()) {
-            err() << "orv-photos export: unknown or incomplete argument " << argument << "\n" << usage();
-            return 1;
-        }
-        *target = arguments.at(++i);
-    }
-    if (service.isEmpty() || albumName.isEmpty() || sizeText.isEmpty() || formatText.isEmpty() || outDir.isEmpty()) {
-        err() << usage();
-        return 1;
-    }
+    const QString service = arguments.value(QStringLiteral("source"));
+    const QString albumName = arguments.value(QStringLiteral("album"));
+    const QString sizeText = arguments.value(QStringLiteral("size"));
+    const QString formatText = arguments.value(QStringLiteral("format"));
+    const QString outDir = arguments.value(QStringLiteral("out"));
     const bool full = sizeText == QLatin1String("full");
     bool ok = full;
     const int edge = full ? 0 : sizeText.toInt(&ok);
     if (!ok || (!full && edge <= 0)) {
-        err() << "orv-photos export: --size must be a positive number or full\n";
+        fail("export") << OrvCommandLine::tr("--size takes a positive number or full, not %1").arg(sizeText) << "\n";
+        return 1;
+    }
+    if (outDir.isEmpty()) {
+        fail("export") << OrvCommandLine::tr("--out needs a folder") << "\n";
         return 1;
     }
     const bool original = formatText == QLatin1String("original");
     const OrvMediaFormat format = original ? OrvMediaFormat() : OrvMediaFormat(formatText);
-    if (!original && format != OrvMediaFormat(OrvMediaFormat::Jpeg) && format != OrvMediaFormat(OrvMediaFormat::Png)) {
-        err() << "orv-photos export: --format must be jpeg, png or original\n";
-        return 1;
-    }
 
-    OrvExternalDatabase* database = nullptr;
-    for (const auto& source : registeredSources()) {
-        if (source.second->serviceId() == service)
-            database = source.second;
-    }
-    if (!database) {
-        err() << "orv-photos export: no source " << service << "\n";
+    OrvExternalDatabase* database = findSource(service, "export");
+    if (!database)
         return 1;
-    }
     openAllAlbums({database}, waitMs);
-    OrvExternalId albumId;
-    for (const OrvExternalAlbum& album : database->albums()) {
-        if (album.url().toString() == albumName || album.url().toString(QUrl::FullyEncoded) == albumName) {
-            albumId = album.id();
-            break;
-        }
-    }
+    const OrvExternalId albumId = findAlbum(database, albumName, "export");
     if (!albumId.isValid())
-        albumId = database->albums().findAlbumIdByVisibleName(albumName);
-    if (!albumId.isValid()) {
-        err() << "orv-photos export: no album " << albumName << " in " << service << "\n";
         return 1;
-    }
 
     OrvFotoExporter::Options options;
     options.full = full;
@@ -95,7 +50,7 @@ int commandExport(const QStringList& givenArguments)
     options.format = format;
     OrvFotoExporter exporter(outDir, options);
     if (!exporter.isOpen()) {
-        err() << "orv-photos export: cannot create " << outDir << ": " << exporter.errorString() << "\n";
+        fail("export") << OrvCommandLine::tr("cannot create %1: %2").arg(outDir, exporter.errorString()) << "\n";
         return 1;
     }
     const OrvExternalFotoList fotos = database->getExternalDataPoolConst().fotosInAlbum(albumId);
@@ -111,21 +66,20 @@ int commandExport(const QStringList& givenArguments)
             ++written;
             break;
         case OrvFotoExporter::WriteFailed:
-            err() << "orv-photos export: cannot write " << exporter.folderPath() << "/" << name << ": "
-                  << exporter.errorString() << "\n";
+            fail("export") << OrvCommandLine::tr("cannot write %1: %2").arg(exporter.folderPath() + QLatin1Char('/') + name, exporter.errorString())
+                           << "\n";
             break;
         case OrvFotoExporter::FolderRefused:
             // Said once: every other foto would fail alike.
-            err() << "orv-photos export: cannot write into " << exporter.folderPath() << ": " << exporter.errorString()
-                  << "\n";
+            fail("export") << OrvCommandLine::tr("cannot write into %1: %2").arg(exporter.folderPath(), exporter.errorString()) << "\n";
             refused = true;
             break;
         case OrvFotoExporter::Nothing:
-            err() << "orv-photos export: nothing for " << foto.id().toString() << "\n";
+            fail("export") << OrvCommandLine::tr("nothing for %1").arg(foto.id().toString()) << "\n";
             break;
         }
     }
     const QString shownPath = QFileInfo(outDir).absoluteFilePath();
-    out() << "wrote " << written << " of " << fotos.size() << " fotos to " << QDir::cleanPath(shownPath) << "\n";
+    out() << OrvCommandLine::tr("wrote %1 of %2 to %3").arg(written).arg(photoCount(fotos.size()), QDir::cleanPath(shownPath)) << "\n";
     return written == fotos.size() ? 0 : 2;
 }

@@ -103,16 +103,12 @@ QList<Entry> readThroughQt(const QString& path)
 
 // The entries of a directory: kind as ls shows it, owner's permissions and
 // date. Pseudo paths ("photokitfs:") go through the plug-in's file engine (program id 8).
-int commandLs(const QStringList& arguments)
+int commandLs(const OrvArguments& arguments)
 {
-    if (arguments.size() != 1) {
-        err() << "usage: orv-photos ls PATH\n";
-        return 1;
-    }
-    const QString path = arguments.first();
+    const QString path = arguments.arguments().first();
     const QFileInfo directory(path);
     if (!directory.exists() || !directory.isDir()) {
-        err() << "orv-photos ls: " << path << " is no directory\n";
+        fail("ls") << OrvCommandLine::tr("%1 is no folder").arg(path) << "\n";
         return 1;
     }
     QList<Entry> entries;
@@ -126,6 +122,6 @@ int commandLs(const QStringList& arguments)
         const QString shown = entry.modified.isValid() ? entry.modified.toString(Qt::ISODate) : QStringLiteral("-");
         out() << mode << "  " << shown.leftJustified(25) << "  " << entry.name << "\n";
     }
-    out() << entries.size() << (entries.size() == 1 ? " entry\n" : " entries\n");
+    out() << (entries.size() == 1 ? OrvCommandLine::tr("1 entry") : OrvCommandLine::tr("%1 entries").arg(entries.size())) << "\n";
     return 0;
 }

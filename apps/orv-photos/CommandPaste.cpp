@@ -21,26 +21,23 @@ const QString photosMime = QStringLiteral("text/x-orv-phasset");
 // A drop of Photos assets as the application gets it: each file is one
 // pasteboard item of the Photos flavour; the registered converters turn them
 // into the payload, whose URLs are printed and resolved through their source.
-int commandPaste(const QStringList& arguments)
+int commandPaste(const OrvArguments& parsed)
 {
-    if (arguments.isEmpty()) {
-        err() << "usage: orv-photos paste FILE...\n";
-        return 1;
-    }
+    const QStringList& arguments = parsed.arguments();
     QList<OrvPasteboardItem> items;
     for (const QString& path : arguments) {
         OrvUserFile::Status status = OrvUserFile::NotOpened;
         const QByteArray bytes = OrvUserFile::readAll(path, OrvUserFile::FotoList, &status);
         if (status != OrvUserFile::Ok) {
-            err() << "orv-photos paste: cannot read " << path << ": " << OrvUserFile::describe(status, OrvUserFile::FotoList)
-                  << "\n";
+            fail("paste") << OrvCommandLine::tr("cannot read %1: %2").arg(path, OrvUserFile::describe(status, OrvUserFile::FotoList))
+                          << "\n";
             return 1;
         }
         items.append(OrvPasteboardItem{{photosFlavor, bytes}});
     }
     const std::unique_ptr<QMimeData> dropped = OrvSingleton<OrvMimeConverterRegistry>::instance()->mimeDataForPasteboard(items);
     if (!dropped->hasFormat(photosMime)) {
-        err() << "orv-photos paste: no converter for " << photosFlavor << "\n";
+        fail("paste") << OrvCommandLine::tr("no converter for %1").arg(photosFlavor) << "\n";
         return 2;
     }
     QByteArray payload = dropped->data(photosMime);
@@ -63,9 +60,9 @@ int commandPaste(const QStringList& arguments)
         // The converter gives an item it cannot read a URL without a fragment: the item failed,
         // not the lookup in the library.
         if (url.fragment().isEmpty()) {
-            out().flush();
-            err() << "orv-photos paste: cannot read " << (urls.size() == arguments.size() ? arguments.at(i) : url.toString())
-                  << ": no Photos asset in it\n";
+            fail("paste") << OrvCommandLine::tr("cannot read %1: no Photos asset in it")
+                                 .arg(urls.size() == arguments.size() ? arguments.at(i) : url.toString())
+                          << "\n";
             err().flush();
             continue;
         }
@@ -74,7 +71,7 @@ int commandPaste(const QStringList& arguments)
         OrvExternalDatabase* source = OrvSingleton<OrvFotoDatabaseFactory>::instance()->databaseForService(url.scheme());
         const OrvExternalFoto foto = source && id.isValid() ? source->findExternalFoto(id) : OrvExternalFoto();
         if (!foto.isValid()) {
-            out() << "  not in " << (source ? source->service().displayName() : url.scheme()) << "\n";
+            out() << "  " << OrvCommandLine::tr("not in %1").arg(source ? source->service().displayName() : url.scheme()) << "\n";
             continue;
         }
         ++resolved;

@@ -55,19 +55,12 @@ OrvExternalAlbumList albumsInTreeOrder(const OrvExternalDatabase* database)
 QJsonObject describeTree(quint32 type, OrvExternalDatabase* database)
 {
     QJsonObject source = describeSource(type, database);
-    QJsonArray albums;
-    for (const OrvExternalAlbum& album : albumsInTreeOrder(database)) {
-        QJsonArray fotos;
-        for (const OrvExternalId& id : album.fotoIds())
-            fotos.append(urlText(id));
-        albums.append(QJsonObject{{QStringLiteral("id"), urlText(album.id())},
-                                  {QStringLiteral("name"), album.name()},
-                                  {QStringLiteral("type"), qint64(album.type().code())},
-                                  {QStringLiteral("parent"), urlText(album.parentAlbum())},
-                                  {QStringLiteral("fotos"), fotos}});
-    }
     QJsonArray fotos;
+    // An album lists only photos the source lists: ids of photos left out (movies with
+    // --images-only, files the library names but cannot show) would name nothing.
+    QSet<OrvExternalId> listed;
     for (const OrvExternalFoto& foto : database->fotos()) {
+        listed.insert(foto.id());
         QJsonArray faces;
         for (const OrvExternalFace& face : foto.faces()) {
             const QRectF r = face.rect();
@@ -82,6 +75,19 @@ QJsonObject describeTree(quint32 type, OrvExternalDatabase* database)
                                  {QStringLiteral("faces"), faces},
                                  {QStringLiteral("file"), data.isLocalFile() ? data.toLocalFile() : QString()}});
     }
+    QJsonArray albums;
+    for (const OrvExternalAlbum& album : albumsInTreeOrder(database)) {
+        QJsonArray albumFotos;
+        for (const OrvExternalId& id : album.fotoIds()) {
+            if (listed.contains(id))
+                albumFotos.append(urlText(id));
+        }
+        albums.append(QJsonObject{{QStringLiteral("id"), urlText(album.id())},
+                                  {QStringLiteral("name"), album.name()},
+                                  {QStringLiteral("type"), qint64(album.type().code())},
+                                  {QStringLiteral("parent"), urlText(album.parentAlbum())},
+                                  {QStringLiteral("fotos"), albumFotos}});
+    }
     source.insert(QStringLiteral("albums"), albums);
     source.insert(QStringLiteral("fotos"), fotos);
     return source;
@@ -89,8 +95,14 @@ QJsonObject describeTree(quint32 type, OrvExternalDatabase* database)
 
 void printText(quint32 type, OrvExternalDatabase* database)
 {
-    out() << database->serviceId() << " (" << database->service().displayName() << ", type " << type << ", "
-          << (database->wantsToBeShown() ? "shown" : "hidden") << "): " << database->countFotos() << " fotos\n";
+    out() << database->serviceId() << " (" << database->service().displayName() << ", "
+          << OrvCommandLine::tr("type %1").arg(type) << ", "
+          << (database->wantsToBeShown() ? OrvCommandLine::tr("shown") : OrvCommandLine::tr("hidden")) << "): "
+          << photoCount(database->countFotos()) << "\n";
+    // A library source that found no library says where it looked.
+    const QString why = whyEmpty(database);
+    if (!why.isEmpty())
+        out() << "  | " << why << "\n";
     const OrvExternalDataPool& pool = database->getExternalDataPoolConst();
     // An empty source shows the user its placeholder (for example why access was denied).
     const QString placeholder = database->service().placeholderText();
@@ -103,8 +115,8 @@ void printText(quint32 type, OrvExternalDatabase* database)
     std::function<void(const OrvExternalId&, int)> print = [&](const OrvExternalId& parent, int depth) {
         for (const OrvExternalId& id : pool.childAlbums(parent)) {
             const OrvExternalAlbum album = pool.findAlbum(id);
-            out() << QString(2 * depth, QLatin1Char(' ')) << album.name() << "  [" << pool.fotosInAlbum(id).size()
-                  << " fotos]\n";
+            out() << QString(2 * depth, QLatin1Char(' ')) << album.name() << "  [" << photoCount(pool.fotosInAlbum(id).size())
+                  << "]\n";
             if (depth < 64)
                 print(id, depth + 1);
         }
@@ -125,37 +137,33 @@ void openAllAlbums(const QList<OrvExternalDatabase*>& databases, int waitMs)
     }
     OrvSourceSettler settler(databases);
     if (!settler.settle(bounds) && waitMs <= 0)
-        err() << "orv-photos: sources still busy after " << bounds.stallMs / 1000 << " s without news; printing what arrived\n";
+        err() << "orv-photos: "
+              << OrvCommandLine::tr("sources still busy after %1 s without news; printing what arrived")
+                     .arg(bounds.stallMs / 1000)
+              << "\n";
 }
 
-int commandTree(const QStringList& givenArguments)
+int commandTree(const OrvArguments& arguments)
 {
-    QStringList arguments = givenArguments;
     int waitMs = 0;
-    if (!takeWaitOption(arguments, "tree", &waitMs))
+    if (!waitOption(arguments, "tree", &waitMs))
         return 1;
-    bool json = false;
-    QString service;
-    for (int i = 0; i < arguments.size(); ++i) {
-        const QString& argument = arguments.at(i);
-        if (argument == QLatin1String("--json")) {
-            json = true;
-        } else if (argument == QLatin1String("--source") && i + 1 < arguments.size()) {
-            service = arguments.at(++i);
-        } else {
-            err() << "orv-photos tree: unknown argument " << argument << "\n";
-            return 1;
-        }
-    }
+    const bool json = arguments.isSet(QStringLiteral("json"));
+    const QString service = arguments.value(QStringLiteral("source"));
     QList<QPair<quint32, OrvExternalDatabase*>> sources;
-    for (const auto& source : registeredSources()) {
-        if (service.isEmpty() || source.second->serviceId() == service)
-            sources.append(source);
+    if (!service.isEmpty()) {
+        OrvExternalDatabase* database = findSource(service, "tree");
+        if (!database)
+            return 1;
+        for (const auto& source : registeredSources()) {
+            if (source.second == database)
+                sources.append(source);
+        }
+    } else {
+        sources = registeredSources();
     }
     if (sources.isEmpty()) {
-        err() << "orv-photos tree: " << (service.isEmpty() ? QStringLiteral("no photo sources registered")
-                                                           : QStringLiteral("no source ") + service)
-              << "\n";
+        fail("tree") << OrvCommandLine::tr("no photo sources registered") << "\n";
         return 1;
     }
     QList<OrvExternalDatabase*> databases;

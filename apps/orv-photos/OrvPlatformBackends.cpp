@@ -1,6 +1,7 @@
 #include "OrvPlatformBackends.h"
 
 #include "Commands.h"
+#include "OrvCommandLine.h"
 #include "OrvImageIOQt.h"
 #include "sim/OrvImageCaptureSim.h"
 #include "sim/OrvMediaLibrarySimBackend.h"
@@ -14,7 +15,7 @@
 
 namespace OrvPlatformBackends {
 
-bool install(bool simulatedDevices, const QList<QPair<QString, QString>>& cameras)
+bool install(const Devices& devices)
 {
 #ifdef __APPLE__
     if (qEnvironmentVariableIsEmpty("ORV_PHOTOS_LIBRARY")) {
@@ -32,12 +33,12 @@ bool install(bool simulatedDevices, const QList<QPair<QString, QString>>& camera
     OrvImageIOQt::install();
 #endif
 #ifndef ORV_HAVE_GPHOTO2
-    if (!cameras.isEmpty() && !simulatedDevices) {
-        err() << "orv-photos: --camera needs libgphoto2, which this build does not have\n";
+    if (!devices.cameras.isEmpty() && !devices.simulated) {
+        err() << "orv-photos: " << OrvCommandLine::tr("--camera needs libgphoto2, which this build does not have") << "\n";
         return false;
     }
 #endif
-    if (simulatedDevices) {
+    if (devices.simulated) {
         OrvImageCaptureSim::install();
         return true;
     }
@@ -45,9 +46,11 @@ bool install(bool simulatedDevices, const QList<QPair<QString, QString>>& camera
     OrvMacOS::installImageCapture();
 #elif defined(ORV_HAVE_GPHOTO2)
     OrvGPhoto2::install();
-    for (const auto& [model, port] : cameras) {
-        if (!OrvGPhoto2::addCamera(model, port))
-            err() << "orv-photos: no camera " << model << " at " << port << "\n";
+    for (const auto& [model, port] : devices.cameras) {
+        if (!OrvGPhoto2::addCamera(model, port)) {
+            err() << "orv-photos: " << OrvCommandLine::tr("--camera: no camera %1 at %2").arg(model, port) << "\n";
+            return false;
+        }
     }
 #endif
     return true;

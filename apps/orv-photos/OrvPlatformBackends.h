@@ -14,8 +14,13 @@
 
 namespace OrvPlatformBackends {
 
-// cameras: --camera MODEL=PORT pairs for libgphoto2. False, after a message,
-// when they are asked for and this build has no libgphoto2.
-bool install(bool simulatedDevices, const QList<QPair<QString, QString>>& cameras);
+struct Devices
+{
+    bool simulated = false; // --devices: $ORV_IMAGECAPTURE_DEVICES describes them
+    QList<QPair<QString, QString>> cameras; // --camera MODEL=PORT pairs for libgphoto2
+};
+
+// False, after a message, when a camera asked for cannot be had.
+bool install(const Devices& devices);
 
 } // namespace OrvPlatformBackends

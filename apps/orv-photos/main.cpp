@@ -1,15 +1,15 @@
 #include "Commands.h"
 
+#include "OrvDidYouMean.h"
 #include "OrvFotoRegistries.h"
 #include "OrvInitializer.h"
+#include "OrvLanguage.h"
+#include "OrvLibraryLocations.h"
 #include "OrvPlatformBackends.h"
 #include "OrvPlatformIndependent.h"
 #include "OrvProgramConfig.h"
-#include "OrvUserFile.h"
-#include "sim/OrvMediaLibrarySimBackend.h"
-#include "OrvImageIOQt.h"
+#include "OrvUsage.h"
 #include "sim/OrvImageCaptureSim.h"
-#include "sim/OrvPhotoKitSimLibrary.h"
 #ifdef ORV_HAVE_GPHOTO2
 #include "gphoto2/OrvGPhoto2Backend.h"
 #endif
@@ -18,13 +18,10 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <QLibrary>
-#include <QLocale>
+#include <QLoggingCategory>
 #include <QMutex>
 #include <QSet>
-#include <QLoggingCategory>
-#include <QTranslator>
 
 #include <cstdio>
 
@@ -32,33 +29,6 @@ namespace {
 
 // This program resolves Photos asset paths as files, as the desktop application does.
 constexpr int defaultProgramId = 8;
-
-void printUsage()
-{
-    err() << "usage: orv-photos [global options] COMMAND [arguments]\n"
-             "global options:\n"
-             "  --plugin PATH          the plug-in library (default: ../lib/" ORV_PLUGIN_FILE_NAME " beside the program,\n"
-             "                         or $ORV_PLUGIN_PATH)\n"
-             "  --program-id N         host program id the plug-in sees (default 8)\n"
-             "  --os SYSTEM:VERSION    pretend to run on another system, e.g. macos:14.0 or macos:10.14.6\n"
-             "  --verbose              show the sources' debug lines\n"
-             "  --foto-list PATH       foto list file exported by another program\n"
-             "  --photos-library FILE  simulated Photos library description (JSON, see platform/sim/README.md);\n"
-             "                         the PhotoKit source shows it (needs --os macos:10.15 or later); access is\n"
-             "                         granted unless the description's \"authorization\" says otherwise\n"
-             "                         (before macOS 10.15 the MediaLibrary source \"applephotos\" shows it)\n"
-             "  --images-only          the host wants photos only: sources leave movies out\n"
-             "  --language de|en       language of album names and messages (default: de for a German\n"
-             "                         system locale, en otherwise)\n"
-             "  --devices FILE         simulated cameras and devices (JSON, see platform/sim/README.md) instead\n"
-             "                         of the connected ones\n"
-             "  --camera MODEL=PORT    a camera detection cannot see, as gphoto2 names it (repeatable), e.g.\n"
-             "                         --camera \"Directory Browse=disk:/path/to/folder\"\n"
-             "commands:\n";
-    for (const OrvCommand& command : orvCommands())
-        err() << "  " << command.usage << "\n";
-    err().flush();
-}
 
 QtMessageHandler previousHandler = nullptr;
 
@@ -85,31 +55,155 @@ QString defaultPluginPath()
     const QString fromEnvironment = qEnvironmentVariable("ORV_PLUGIN_PATH");
     if (!fromEnvironment.isEmpty())
         return fromEnvironment;
-    return QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("../lib/" ORV_PLUGIN_FILE_NAME));
+    return QDir(QCoreApplication::applicationDirPath())
+        .absoluteFilePath(QStringLiteral("../lib/" ORV_PLUGIN_FILE_NAME));
+}
+
+// A mistake in what was asked: one line. Always false, for the caller to return.
+bool mistake(const QString& text)
+{
+    out().flush();
+    err() << "orv-photos: " << text << "\n";
+    err().flush();
+    return false;
+}
+
+// The global options that set up the host and the libraries; false after saying what is wrong.
+bool applyHostOptions(const OrvArguments& arguments)
+{
+    OrvPlatformIndependent* platform = OrvSingleton<OrvPlatformIndependent>::instance();
+    if (arguments.isSet(QStringLiteral("images-only")))
+        platform->setImagesOnly(true);
+    int programId = defaultProgramId;
+    if (arguments.isSet(QStringLiteral("program-id"))) {
+        bool ok = false;
+        programId = arguments.value(QStringLiteral("program-id")).toInt(&ok);
+        if (!ok)
+            return mistake(OrvCommandLine::tr("--program-id takes a number, not %1")
+                               .arg(arguments.value(QStringLiteral("program-id"))));
+    }
+    OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
+    if (arguments.isSet(QStringLiteral("os"))) {
+        const QString value = arguments.value(QStringLiteral("os"));
+        const auto os = OrvPlatformIndependent::parseOperatingSystem(value);
+        if (!os)
+            return mistake(OrvCommandLine::tr("unknown system %1 (use e.g. macos:14.0)").arg(value));
+        platform->setOperatingSystemVersion(*os);
+    }
+    if (arguments.isSet(QStringLiteral("photo-list")))
+        OrvSingleton<OrvFotoSettings>::instance()->setFotoListExportPath(arguments.value(QStringLiteral("photo-list")));
+    OrvLibraryLocations& libraries = OrvLibraryLocations::instance();
+    QString why;
+    if (arguments.isSet(QStringLiteral("photos-library"))
+        && !libraries.setPhotosLibrary(arguments.value(QStringLiteral("photos-library")), &why))
+        return mistake(QStringLiteral("--photos-library: ") + why);
+    for (const QString& service : {QStringLiteral("iphoto"), QStringLiteral("aperture")}) {
+        const QString option = service + QStringLiteral("-library");
+        if (arguments.isSet(option) && !libraries.setLibrary(service, arguments.value(option), &why))
+            return mistake(QStringLiteral("--") + option + QStringLiteral(": ") + why);
+    }
+    if (!libraries.apply(&why))
+        return mistake(why);
+    return true;
+}
+
+#ifdef ORV_HAVE_GPHOTO2
+// A camera named by hand that cannot be used is a mistake, said before anything else runs.
+bool checkCamera(const QString& model, const QString& port)
+{
+    QString why;
+    switch (OrvGPhoto2::checkCamera(model, port, &why)) {
+    case OrvGPhoto2::CameraCheck::Opens:
+        return true;
+    case OrvGPhoto2::CameraCheck::UnknownModel: {
+        const QString nearest = OrvDidYouMean::nearest(model, OrvGPhoto2::cameraModels());
+        return mistake(
+            nearest.isEmpty()
+                ? OrvCommandLine::tr("--camera: unknown camera model %1 (gphoto2 --list-cameras lists them)").arg(model)
+                : OrvCommandLine::tr("--camera: unknown camera model %1; did you mean %2?").arg(model, nearest));
+    }
+    case OrvGPhoto2::CameraCheck::UnknownPort:
+        return mistake(
+            OrvCommandLine::tr("--camera: Unknown port %1 (a port begins with usb:, disk:, serial:, ptpip: or ip:)")
+                .arg(port));
+    case OrvGPhoto2::CameraCheck::NoFolder:
+        return mistake(
+            OrvCommandLine::tr("--camera: no camera %1 at %2 (the folder must exist, hold something and not be /)")
+                .arg(model, port));
+    case OrvGPhoto2::CameraCheck::DoesNotOpen:
+        return mistake(OrvCommandLine::tr("--camera: cannot open %1 at %2: %3").arg(model, port, why));
+    }
+    return false;
+}
+#endif
+
+// Cameras: the simulated ones (--devices), else the connected ones and those named with
+// --camera, each checked before anything runs. False after saying what is wrong.
+bool chooseCameras(const OrvArguments& arguments, OrvPlatformBackends::Devices* devices)
+{
+    for (const QString& value : arguments.values(QStringLiteral("camera"))) {
+        const qsizetype equals = value.indexOf(QLatin1Char('='));
+        if (equals <= 0 || equals + 1 >= value.size())
+            return mistake(OrvCommandLine::tr("--camera takes MODEL=PORT, e.g. \"Directory Browse=disk:/path\", not %1")
+                               .arg(value));
+        devices->cameras.append({value.left(equals), value.mid(equals + 1)});
+    }
+    if (arguments.isSet(QStringLiteral("devices"))) {
+        if (!devices->cameras.isEmpty())
+            return mistake(
+                OrvCommandLine::tr("--camera names a camera for libgphoto2, and --devices puts simulated devices in "
+                                   "its place: give one of them"));
+        const QString file = arguments.value(QStringLiteral("devices"));
+        QList<OrvImageCaptureSim::DeviceSpec> described;
+        QString error;
+        if (!OrvImageCaptureSim::readDescription(file, &described, &error))
+            return mistake(QStringLiteral("--devices: ") + error);
+        qputenv("ORV_IMAGECAPTURE_DEVICES", QFileInfo(file).absoluteFilePath().toLocal8Bit());
+        devices->simulated = true;
+        return true;
+    }
+#ifdef ORV_HAVE_GPHOTO2
+    for (const auto& [model, port] : std::as_const(devices->cameras)) {
+        if (!checkCamera(model, port))
+            return false;
+    }
+#else
+    if (!devices->cameras.isEmpty())
+        return mistake(OrvCommandLine::tr("--camera needs libgphoto2, which this build does not have"));
+#endif
+    return true;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    // Whatever way the run ends, what it printed is out before the process is.
+    struct Flush
+    {
+        ~Flush()
+        {
+            out().flush();
+            err().flush();
+        }
+    } flush;
+    // Qt would take options such as --plugin for itself: parse our own copy.
+    QStringList words;
+    for (int i = 1; i < argc; ++i)
+        words.append(QString::fromLocal8Bit(argv[i]));
+    const OrvCommandLine& commandLine = orvCommandLine();
+    const OrvArguments arguments = commandLine.parse(words);
+
     // A command-line tool: no window system needed unless the caller asks for
     // one, or for the browser on a desktop (its screenshots need none either).
-    bool onScreen = false;
-    for (int i = 1; i < argc; ++i) {
-        if (qstrcmp(argv[i], "browse") == 0)
-            onScreen = true;
-        if (qstrcmp(argv[i], "--screenshot") == 0)
-            onScreen = false;
-    }
-    onScreen = onScreen && (!qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"));
+    const bool onScreen = arguments.command() == QLatin1String("browse") && !arguments.wantsHelp()
+        && !arguments.hasError() && !arguments.isSet(QStringLiteral("screenshot"))
+        && (!qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"));
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !onScreen)
         qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Qt would take options such as --plugin for itself: parse our own copy.
-    QStringList arguments;
-    for (int i = 1; i < argc; ++i)
-        arguments.append(QString::fromLocal8Bit(argv[i]));
     if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) {
-        const QString runtime = QDir::tempPath() + QStringLiteral("/orv-photos-runtime-") + qEnvironmentVariable("USER", QStringLiteral("user"));
+        const QString runtime = QDir::tempPath() + QStringLiteral("/orv-photos-runtime-")
+            + qEnvironmentVariable("USER", QStringLiteral("user"));
         QDir().mkpath(runtime);
         QFile::setPermissions(runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         qputenv("XDG_RUNTIME_DIR", runtime.toLocal8Bit());
@@ -121,135 +215,72 @@ int main(int argc, char** argv)
     // The sources' debug lines are for developers; --verbose shows them. A file
     // that a library names but that cannot be read is the user's business: one line each.
     if (qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
-        QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\norv.files.debug=true"));
+        QLoggingCategory::setFilterRules(arguments.isSet(QStringLiteral("verbose"))
+                                             ? QString()
+                                             : QStringLiteral("*.debug=false\norv.files.debug=true"));
     previousHandler = qInstallMessageHandler(showRefusedFiles);
 
-    QString pluginPath = defaultPluginPath();
-    int programId = defaultProgramId;
-    bool verbose = false;
-    QString language = QLocale::system().language() == QLocale::German ? QStringLiteral("de") : QStringLiteral("en");
-    bool simulatedDevices = false;
-    QList<QPair<QString, QString>> cameras;
-    while (!arguments.isEmpty() && arguments.first().startsWith(QLatin1String("--"))) {
-        const QString option = arguments.takeFirst();
-        if (option == QLatin1String("--help")) {
-            printUsage();
+    // One language for everything the run shows, mistakes in the command line included.
+    const QString asked = arguments.value(QStringLiteral("language"));
+    OrvLanguage language(asked == QLatin1String("de") || asked == QLatin1String("en") ? asked
+                                                                                      : OrvLanguage::systemLanguage());
+
+    const OrvUsage usage(commandLine);
+    if (arguments.wantsHelp()) {
+        out() << usage.help(commandLine.command(arguments.command()) ? arguments.command() : QString());
+        return 0;
+    }
+    // These stand alone: no command is missing.
+    if (!arguments.hasError() || arguments.error().kind == OrvCommandLineError::NoCommand) {
+        if (arguments.isSet(QStringLiteral("version"))) {
+            out() << OrvUsage::version() << "\n";
             return 0;
         }
-        if (option == QLatin1String("--verbose")) {
-            verbose = true;
-            continue;
+        if (arguments.isSet(QStringLiteral("man"))) {
+            out() << usage.manPage();
+            return 0;
         }
-        if (option == QLatin1String("--images-only")) {
-            OrvSingleton<OrvPlatformIndependent>::instance()->setImagesOnly(true);
-            continue;
-        }
-        if (arguments.isEmpty()) {
-            err() << "orv-photos: " << option << " needs a value\n";
-            return 1;
-        }
-        const QString value = arguments.takeFirst();
-        if (option == QLatin1String("--plugin")) {
-            pluginPath = value;
-        } else if (option == QLatin1String("--program-id")) {
-            bool ok = false;
-            programId = value.toInt(&ok);
-            if (!ok) {
-                err() << "orv-photos: --program-id needs a number\n";
-                return 1;
-            }
-        } else if (option == QLatin1String("--os")) {
-            const auto os = OrvPlatformIndependent::parseOperatingSystem(value);
-            if (!os) {
-                err() << "orv-photos: unknown system " << value << " (use e.g. macos:14.0)\n";
-                return 1;
-            }
-            OrvSingleton<OrvPlatformIndependent>::instance()->setOperatingSystemVersion(*os);
-        } else if (option == QLatin1String("--language")) {
-            if (value != QLatin1String("de") && value != QLatin1String("en")) {
-                err() << "orv-photos: --language takes de or en\n";
-                return 1;
-            }
-            language = value;
-        } else if (option == QLatin1String("--photos-library")) {
-            // The PhotoKit backend of this build reads the library named here when first asked.
-            OrvUserFile::Status status = OrvUserFile::NotOpened;
-            const QByteArray description = OrvUserFile::readAll(value, OrvUserFile::LibraryDescription, &status);
-            if (status != OrvUserFile::Ok) {
-                err() << "orv-photos: cannot read " << value << ": "
-                      << OrvUserFile::describe(status, OrvUserFile::LibraryDescription) << "\n";
-                return 1;
-            }
-            if (!QJsonDocument::fromJson(description).isObject()) {
-                err() << "orv-photos: " << value << " is no Photos library description\n";
-                return 1;
-            }
-            qputenv("ORV_PHOTOS_LIBRARY", QFileInfo(value).absoluteFilePath().toLocal8Bit());
-        } else if (option == QLatin1String("--devices")) {
-            // The simulated devices of this file take the place of the connected ones.
-            QList<OrvImageCaptureSim::DeviceSpec> devices;
-            QString error;
-            if (!OrvImageCaptureSim::readDescription(value, &devices, &error)) {
-                err() << "orv-photos: " << error << "\n";
-                return 1;
-            }
-            qputenv("ORV_IMAGECAPTURE_DEVICES", QFileInfo(value).absoluteFilePath().toLocal8Bit());
-            simulatedDevices = true;
-        } else if (option == QLatin1String("--camera")) {
-            const qsizetype equals = value.indexOf(QLatin1Char('='));
-            if (equals <= 0 || equals + 1 >= value.size()) {
-                err() << "orv-photos: --camera takes MODEL=PORT, e.g. \"Directory Browse=disk:/path\"\n";
-                return 1;
-            }
-            cameras.append({value.left(equals), value.mid(equals + 1)});
-        } else if (option == QLatin1String("--foto-list")) {
-            OrvSingleton<OrvFotoSettings>::instance()->setFotoListExportPath(value);
-        } else {
-            err() << "orv-photos: unknown option " << option << "\n";
-            printUsage();
-            return 1;
+        if (arguments.isSet(QStringLiteral("completion"))) {
+            out() << (arguments.value(QStringLiteral("completion")) == QLatin1String("zsh") ? usage.zshCompletion()
+                                                                                            : usage.bashCompletion());
+            return 0;
         }
     }
-    if (arguments.isEmpty()) {
-        printUsage();
+    if (arguments.hasError()) {
+        const OrvCommandLineError& error = arguments.error();
+        err() << "orv-photos" << (error.command.isEmpty() ? QString() : QLatin1Char(' ') + error.command) << ": "
+              << OrvCommandLine::describe(error) << "\n";
         return 1;
     }
-    const QString commandName = arguments.takeFirst();
-    const QList<OrvCommand> commands = orvCommands();
-    const auto command = std::find_if(commands.cbegin(), commands.cend(),
-                                      [&](const OrvCommand& c) { return commandName == QLatin1String(c.name); });
-    if (command == commands.cend()) {
-        err() << "orv-photos: unknown command " << commandName << "\n";
-        printUsage();
-        return 1;
-    }
+    const OrvCommandSpec* command = commandLine.command(arguments.command());
+    if (!command->needsPlugin)
+        return command->run(arguments);
 
-    if (verbose && qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
-        QLoggingCategory::setFilterRules(QString());
-    OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
-    // The platform backends: the simulations the options describe, the system's own otherwise.
-    if (!OrvPlatformBackends::install(simulatedDevices, cameras))
+    if (!applyHostOptions(arguments))
         return 1;
+    OrvPlatformBackends::Devices devices;
+    if (!chooseCameras(arguments, &devices))
+        return 1;
+    // The simulations the options describe, the system's own frameworks otherwise.
+    if (!OrvPlatformBackends::install(devices))
+        return 1;
+    const QString pluginPath
+        = arguments.isSet(QStringLiteral("plugin")) ? arguments.value(QStringLiteral("plugin")) : defaultPluginPath();
     QLibrary plugin(pluginPath);
     const QFileInfo pluginFile(pluginPath);
     if (!pluginFile.isFile() || !plugin.load()) {
         const QString reason = pluginFile.isFile() ? plugin.errorString()
-            : pluginFile.isDir()                   ? QStringLiteral("is a folder")
-            : pluginFile.exists()                  ? QStringLiteral("not a regular file")
-                                                   : QStringLiteral("no such file");
-        err() << "orv-photos: cannot load plug-in " << pluginPath << ": " << reason << "\n";
+            : pluginFile.isDir()                   ? OrvCommandLine::tr("is a folder")
+            : pluginFile.exists()                  ? OrvCommandLine::tr("not a regular file")
+                                                   : OrvCommandLine::tr("no such file");
+        err() << "orv-photos: " << OrvCommandLine::tr("cannot load plug-in %1: %2").arg(pluginPath, reason) << "\n";
         return 2;
     }
-    // The plug-in's texts are German; it carries its English catalogue.
-    QTranslator translator;
-    if (language == QLatin1String("en") && translator.load(QStringLiteral(":/orv/translations/OrvApplePhotos_en.qm")))
-        QCoreApplication::installTranslator(&translator);
+    // The plug-in brings its own catalogues.
+    language.installCatalogues();
     if (OrvSingleton<OrvInitializer>::instance()->setupAll() == 0) {
-        err() << "orv-photos: " << pluginPath << " registered no initializer\n";
+        err() << "orv-photos: " << OrvCommandLine::tr("%1 registered no initializer").arg(pluginPath) << "\n";
         return 2;
     }
-    const int status = command->run(arguments);
-    out().flush();
-    err().flush();
-    return status;
+    return command->run(arguments);
 }

@@ -10,7 +10,11 @@
 #include <QHash>
 #include <QUuid>
 
+#include <gphoto2/gphoto2.h>
+
+#include <chrono>
 #include <mutex>
+#include <thread>
 
 namespace OrvGPhoto2 {
 
@@ -89,6 +93,16 @@ void startDetection()
     b.detector->start();
 }
 
+// The directory driver reads whatever folder it is given: never the whole disk, never nothing.
+// The root is known by what the path leads to, not by how it is written ("/tmp/..", a link).
+bool isCameraFolder(const QString& port)
+{
+    const QString folder = port.mid(5);
+    const QString real = folder.isEmpty() ? QString() : QFileInfo(folder).canonicalFilePath();
+    return !real.isEmpty() && !QDir(real).isRoot() && QFileInfo(real).isDir()
+        && !QDir(real).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot);
+}
+
 } // namespace
 
 QString uuidFor(const QString& identity)
@@ -113,16 +127,9 @@ bool addCamera(const QString& model, const QString& port)
 {
     if (model.isEmpty() || port.isEmpty())
         return false;
-    if (port.startsWith(QLatin1String("disk:"))) {
-        // The directory driver reads whatever folder it is given: never the whole disk, never nothing.
-        // The root is known by what the path leads to, not by how it is written ("/tmp/..", a link).
-        const QString folder = port.mid(5);
-        const QString real = folder.isEmpty() ? QString() : QFileInfo(folder).canonicalFilePath();
-        if (real.isEmpty() || QDir(real).isRoot() || !QFileInfo(real).isDir()
-            || QDir(real).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot)) {
-            qDebug() << "Image Capture: no camera at" << port;
-            return false;
-        }
+    if (port.startsWith(QLatin1String("disk:")) && !isCameraFolder(port)) {
+        qDebug() << "Image Capture: no camera at" << port;
+        return false;
     }
     const QString uuid = uuidFor(QStringLiteral("port:%1=%2").arg(model, port));
     {
@@ -133,6 +140,63 @@ bool addCamera(const QString& model, const QString& port)
     }
     connect(model, port, uuid);
     return true;
+}
+
+CameraCheck checkCamera(const QString& model, const QString& port, QString* why)
+{
+    if (model.isEmpty() || !isKnownModel(model))
+        return CameraCheck::UnknownModel;
+    if (port.isEmpty() || !isKnownPort(port))
+        return CameraCheck::UnknownPort;
+    if (port.startsWith(QLatin1String("disk:")) && !isCameraFolder(port))
+        return CameraCheck::NoFolder;
+    // Opened once and closed again, as the camera's own thread will open it.
+    Camera* camera = nullptr;
+    if (gp_camera_new(&camera) < GP_OK)
+        return CameraCheck::DoesNotOpen;
+    const CancelSource never;
+    GPContext* context = newContext(&never);
+    int result = GP_ERROR;
+    if (setUpCamera(camera, model, port, why)) {
+        result = retryWhileBusy(
+            [camera, context] {
+                const auto modules = lockModules();
+                const LibraryAllocations drivers;
+                return gp_camera_init(camera, context);
+            },
+            never.stopping, [](int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); });
+        *why = result < GP_OK ? (classify(result) == Failure::Busy ? busyWarning(model, port) : describe(result)) : QString();
+    }
+    {
+        const auto modules = lockModules();
+        const LibraryAllocations drivers;
+        gp_camera_exit(camera, context);
+        gp_camera_unref(camera);
+    }
+    if (context)
+        gp_context_unref(context);
+    return result < GP_OK ? CameraCheck::DoesNotOpen : CameraCheck::Opens;
+}
+
+QList<QPair<QString, QString>> connectedCameras()
+{
+    QList<QPair<QString, QString>> cameras;
+    const CancelSource never;
+    if (GPContext* context = newContext(&never)) {
+        cameras = detectCameras(context);
+        gp_context_unref(context);
+    }
+    Backend& b = backend();
+    QStringList added;
+    {
+        std::lock_guard<std::mutex> lock(b.mutex);
+        added = b.added;
+    }
+    for (const QString& uuid : std::as_const(added)) {
+        if (const auto device = connectedDevice(uuid))
+            cameras.append({device->model(), device->port()});
+    }
+    return cameras;
 }
 
 std::shared_ptr<Device> connectedDevice(const QString& uuid)

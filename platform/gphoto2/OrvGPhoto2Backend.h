@@ -18,6 +18,14 @@ void install(bool detect = true);
 // and port, so it is the same in every run. False for a port that names no
 // folder with anything in it ("disk:" with an empty path, "/" or an empty folder).
 bool addCamera(const QString& model, const QString& port);
+// Whether a camera named as for addCamera can be used: a model and a port that
+// libgphoto2 knows, a folder that addCamera takes, and a camera that opens.
+enum class CameraCheck { Opens, UnknownModel, UnknownPort, NoFolder, DoesNotOpen };
+// why gets libgphoto2's reason for a camera that does not open.
+CameraCheck checkCamera(const QString& model, const QString& port, QString* why);
+// The cameras connected now, as (model, port): what detection finds at this
+// moment and the cameras added with addCamera.
+QList<QPair<QString, QString>> connectedCameras();
 // The UUID of a camera: from its USB serial where known, else from model and port.
 QString uuidFor(const QString& identity);
 // The connected device with this UUID, for tests and tools.

@@ -124,6 +124,36 @@ QList<QPair<QString, QString>> detectCameras(GPContext* context)
     return found;
 }
 
+QStringList cameraModels()
+{
+    QStringList models;
+    std::lock_guard<std::mutex> lock(listsMutex);
+    const LibraryAllocations drivers;
+    if (!loadLists())
+        return models;
+    const int count = gp_abilities_list_count(abilities);
+    for (int i = 0; i < count; ++i) {
+        CameraAbilities cameraAbilities;
+        if (gp_abilities_list_get_abilities(abilities, i, &cameraAbilities) >= GP_OK)
+            models.append(QString::fromUtf8(cameraAbilities.model));
+    }
+    return models;
+}
+
+bool isKnownModel(const QString& model)
+{
+    std::lock_guard<std::mutex> lock(listsMutex);
+    const LibraryAllocations drivers;
+    return loadLists() && gp_abilities_list_lookup_model(abilities, model.toUtf8().constData()) >= GP_OK;
+}
+
+bool isKnownPort(const QString& port)
+{
+    std::lock_guard<std::mutex> lock(listsMutex);
+    const LibraryAllocations drivers;
+    return loadLists() && gp_port_info_list_lookup_path(ports, port.toUtf8().constData()) >= GP_OK;
+}
+
 Failure classify(int result)
 {
     switch (result) {

@@ -9,6 +9,7 @@
 #include <QList>
 #include <QPair>
 #include <QString>
+#include <QStringList>
 
 #include <atomic>
 #include <functional>
@@ -40,6 +41,11 @@ bool setUpCamera(Camera* camera, const QString& model, const QString& port, QStr
 std::unique_lock<std::mutex> lockModules();
 // The cameras the ports show now: (model, port) pairs.
 QList<QPair<QString, QString>> detectCameras(GPContext* context);
+// The camera models libgphoto2 has a driver for, and whether it has one for model.
+QStringList cameraModels();
+bool isKnownModel(const QString& model);
+// Whether libgphoto2 reaches anything at port ("usb:", "usb:001,004", "disk:/path", ...).
+bool isKnownPort(const QString& port);
 
 enum class Failure { None, Busy, Timeout, Disconnected, NotFound, Cancelled, NoSpace, Other };
 Failure classify(int result);

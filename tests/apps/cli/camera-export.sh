@@ -35,16 +35,16 @@ check() {
     fi
 }
 # Originals as they are, named by what they hold.
-check "$(run original full original)" "wrote 3 of 7 fotos to $d/original" original
+check "$(run original full original)" "wrote 3 of 7 photos to $d/original" original
 check "$(ls "$d/original" | tr '\n' ' ')" "GOOD.JPG LIAR.png REAL.PNG " "original files"
 cmp "$d/original/GOOD.JPG" "$d/c/GOOD.JPG" && cmp "$d/original/REAL.PNG" "$d/c/REAL.PNG" \
     && cmp "$d/original/LIAR.png" "$d/c/LIAR.JPG" || exit 1
-check "$(run jpeg full jpeg)" "wrote 3 of 7 fotos to $d/jpeg" jpeg
+check "$(run jpeg full jpeg)" "wrote 3 of 7 photos to $d/jpeg" jpeg
 check "$(ls "$d/jpeg" | tr '\n' ' ')" "GOOD.jpg LIAR.jpg REAL.jpg " "jpeg files"
 for name in GOOD LIAR REAL; do
     check "$(kind "$d/jpeg/$name.jpg")" jpeg "$name.jpg"
 done
-check "$(run sized 256 png)" "wrote 3 of 7 fotos to $d/sized" sized
+check "$(run sized 256 png)" "wrote 3 of 7 photos to $d/sized" sized
 check "$(ls "$d/sized" | tr '\n' ' ')" "GOOD.png LIAR.png REAL.png " "sized files"
 for name in GOOD LIAR REAL; do
     check "$(kind "$d/sized/$name.png")" png "$name.png"

@@ -109,7 +109,7 @@ TEST(IPhotoCommands, TreeAsTextAndUnknownSource)
         GTEST_SKIP() << cannotRun();
     const ProgramRun text = run({"tree"});
     ASSERT_EQ(text.status, 0) << text.err.toStdString();
-    EXPECT_TRUE(text.out.contains("Zoo  [2 fotos]"));
+    EXPECT_TRUE(text.out.contains("Zoo  [2 photos]"));
     EXPECT_TRUE(text.out.contains("aperture"));
     EXPECT_EQ(run({"tree", "--source", "nosuch"}).status, 1);
 }
