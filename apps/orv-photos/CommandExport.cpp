@@ -98,7 +98,8 @@ int commandExport(const QStringList& givenArguments)
         err() << "orv-photos export: cannot create " << outDir << ": " << exporter.errorString() << "\n";
         return 1;
     }
-    const OrvExternalFotoList fotos = database->getExternalDataPoolConst().fotosInAlbum(albumId);
+    // A folder: the fotos of its albums.
+    const OrvExternalFotoList fotos = database->getExternalDataPoolConst().fotosInAlbumTree(albumId);
     int written = 0;
     bool refused = false;
     for (const OrvExternalFoto& foto : fotos) {

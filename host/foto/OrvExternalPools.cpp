@@ -359,6 +359,51 @@ OrvExternalFotoList OrvExternalDataPool::fotosInAlbum(const OrvExternalId& album
     return result;
 }
 
+OrvExternalFotoList OrvExternalDataPool::fotosInAlbumTree(const OrvExternalId& albumId) const
+{
+    std::shared_lock locker(myLock);
+    OrvExternalFotoList result;
+    if (!myAlbums.contains(albumId))
+        return result;
+    QSet<OrvExternalId> seenFotos;
+    QSet<OrvExternalId> seenAlbums;
+    OrvExternalIdList pending{albumId};
+    while (!pending.isEmpty()) {
+        const OrvExternalId id = pending.takeLast();
+        // A tree that a source got wrong into a circle is walked once round.
+        if (seenAlbums.contains(id))
+            continue;
+        seenAlbums.insert(id);
+        for (const OrvExternalId& fotoId : myAlbums.find(id).fotoIds()) {
+            if (seenFotos.contains(fotoId))
+                continue;
+            const OrvExternalFoto foto = myFotos.find(fotoId);
+            if (!foto.isValid())
+                continue;
+            seenFotos.insert(fotoId);
+            result.append(foto);
+        }
+        const OrvExternalIdList children = myAlbums.children(id);
+        for (auto it = children.crbegin(); it != children.crend(); ++it)
+            pending.append(*it);
+    }
+    return result;
+}
+
+bool OrvExternalDataPool::isInAlbumTree(const OrvExternalId& albumId, const OrvExternalId& ancestorId) const
+{
+    if (!albumId.isValid() || !ancestorId.isValid())
+        return false;
+    std::shared_lock locker(myLock);
+    QSet<OrvExternalId> seen;
+    for (OrvExternalId at = albumId; at.isValid() && !seen.contains(at); at = myAlbums.find(at).parentAlbum()) {
+        if (at == ancestorId)
+            return true;
+        seen.insert(at);
+    }
+    return false;
+}
+
 OrvExternalIdList OrvExternalDataPool::childAlbums(const OrvExternalId& parentId) const
 {
     std::shared_lock locker(myLock);

@@ -95,6 +95,11 @@ public:
     OrvExternalFoto findFoto(const OrvExternalId& fotoId) const;
     // The fotos the album lists, in its order; ids without a foto are left out.
     OrvExternalFotoList fotosInAlbum(const OrvExternalId& albumId) const;
+    // What a folder shows: the album's own fotos, then those of the albums
+    // inside it (depth first, in their order), each foto once.
+    OrvExternalFotoList fotosInAlbumTree(const OrvExternalId& albumId) const;
+    // Whether albumId is ancestorId or inside it, however deep.
+    bool isInAlbumTree(const OrvExternalId& albumId, const OrvExternalId& ancestorId) const;
     OrvExternalIdList childAlbums(const OrvExternalId& parentId) const;
     OrvExternalAlbumList albums() const;
     OrvExternalFotoList fotos() const;
