@@ -2,6 +2,7 @@
 
 #include "OrvExternalDatabase.h"
 #include "OrvFotoCacheManager.h"
+#include "OrvFotoDate.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -16,20 +17,6 @@ namespace {
 constexpr int quietMs = 500;
 // Sources that never settle are printed as far as they got.
 constexpr int boundMs = 10000;
-
-QString isoWithOffset(const QDateTime& taken)
-{
-    if (!taken.isValid())
-        return QString();
-    const int offset = taken.offsetFromUtc();
-    const QTime time = taken.time();
-    QString text = taken.date().toString(Qt::ISODate) + QLatin1Char('T')
-        + time.toString(time.msec() ? QStringLiteral("HH:mm:ss.zzz") : QStringLiteral("HH:mm:ss"));
-    const int minutes = qAbs(offset) / 60;
-    text += (offset < 0 ? QLatin1Char('-') : QLatin1Char('+'))
-        + QStringLiteral("%1:%2").arg(minutes / 60, 2, 10, QLatin1Char('0')).arg(minutes % 60, 2, 10, QLatin1Char('0'));
-    return text;
-}
 
 QString urlText(const OrvExternalId& id) { return id.isValid() ? id.toUrl().toString() : QString(); }
 
@@ -84,7 +71,7 @@ QJsonObject describeTree(quint32 type, OrvExternalDatabase* database)
         const QUrl data = foto.dataUrl(FOTO_CACHE_SIZE_FULL);
         fotos.append(QJsonObject{{QStringLiteral("id"), urlText(foto.id())},
                                  {QStringLiteral("name"), foto.name()},
-                                 {QStringLiteral("taken"), isoWithOffset(foto.taken())},
+                                 {QStringLiteral("taken"), OrvFotoDate::toIsoString(foto.taken())},
                                  {QStringLiteral("rating"), foto.adobeRating()},
                                  {QStringLiteral("faces"), faces},
                                  {QStringLiteral("file"), data.isLocalFile() ? data.toLocalFile() : QString()}});
@@ -110,7 +97,7 @@ void printText(quint32 type, OrvExternalDatabase* database)
     std::function<void(const OrvExternalId&, int)> print = [&](const OrvExternalId& parent, int depth) {
         for (const OrvExternalId& id : pool.childAlbums(parent)) {
             const OrvExternalAlbum album = pool.findAlbum(id);
-            out() << QString(2 * depth, QLatin1Char(' ')) << album.name() << "  [" << pool.fotosInAlbum(id).size()
+            out() << QString(2 * depth, QLatin1Char(' ')) << album.name() << "  [" << pool.fotosInAlbumTree(id).size()
                   << " fotos]\n";
             if (depth < 64)
                 print(id, depth + 1);
