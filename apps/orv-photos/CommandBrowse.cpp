@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "OrvBrowserWindow.h"
+#include "OrvExportController.h"
 #include "OrvExternalDatabase.h"
 #include "OrvFotoDetailsView.h"
 #include "OrvFotoGridModel.h"
@@ -10,7 +11,10 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QAction>
 #include <QListView>
+#include <QPainter>
+#include <QProgressDialog>
 #include <QPixmap>
 #include <QThread>
 
@@ -21,7 +25,7 @@ namespace {
 QString usage()
 {
     return QStringLiteral("usage: orv-photos browse [--source SERVICE [--album NAME_OR_URL [--select N]]] "
-                          "[--screenshot FILE] [--size WxH]\n");
+                          "[--screenshot FILE [--dialog export|progress|about]] [--size WxH]\n");
 }
 
 // Runs the event loop until done() holds or timeoutMs passes.
@@ -36,6 +40,34 @@ bool settle(const std::function<bool()>& done, int timeoutMs)
     return done();
 }
 
+// A dialog of the window for its screenshot: "export" over the shown fotos,
+// "progress" of an export of them a third of the way, "about".
+QWidget* openDialog(OrvBrowserWindow& window, const QString& name)
+{
+    QWidget* dialog = nullptr;
+    if (name == QLatin1String("about")) {
+        dialog = window.openAbout();
+    } else {
+        if (window.selectedCount() == 0)
+            window.action(OrvBrowserWindow::SelectAllCommand)->trigger();
+        const int count = qMax(1, window.selectedCount());
+        if (name == QLatin1String("export")) {
+            window.action(OrvBrowserWindow::ExportCommand)->trigger();
+            dialog = window.exporter()->dialog();
+        } else {
+            QProgressDialog* progress = window.exporter()->makeProgressDialog(OrvExportController::Export, count / 3, count);
+            progress->setAttribute(Qt::WA_DeleteOnClose);
+            progress->show();
+            dialog = progress;
+        }
+    }
+    if (dialog) {
+        dialog->adjustSize();
+        settle([&] { return dialog->isVisible(); }, 2000);
+    }
+    return dialog;
+}
+
 } // namespace
 
 int commandBrowse(const QStringList& arguments)
@@ -43,6 +75,7 @@ int commandBrowse(const QStringList& arguments)
     QString service;
     QString album;
     QString screenshot;
+    QString dialog;
     QSize size(1280, 800);
     int select = -1;
     for (int i = 0; i < arguments.size(); ++i) {
@@ -58,6 +91,12 @@ int commandBrowse(const QStringList& arguments)
             album = value;
         } else if (argument == QLatin1String("--screenshot")) {
             screenshot = value;
+        } else if (argument == QLatin1String("--dialog")) {
+            dialog = value;
+            if (dialog != QLatin1String("export") && dialog != QLatin1String("progress") && dialog != QLatin1String("about")) {
+                err() << "orv-photos browse: --dialog takes export, progress or about\n";
+                return 1;
+            }
         } else if (argument == QLatin1String("--select")) {
             bool ok = false;
             select = value.toInt(&ok);
@@ -76,6 +115,10 @@ int commandBrowse(const QStringList& arguments)
             err() << "orv-photos browse: unknown argument " << argument << "\n" << usage();
             return 1;
         }
+    }
+    if (!dialog.isEmpty() && screenshot.isEmpty()) {
+        err() << "orv-photos browse: --dialog needs --screenshot\n";
+        return 1;
     }
     if (service.isEmpty() && !album.isEmpty()) {
         err() << "orv-photos browse: --album needs --source\n";
@@ -131,8 +174,21 @@ int commandBrowse(const QStringList& arguments)
     }
     if (!screenshot.isEmpty()) {
         window.waitForVisibleThumbnails(20000);
+        QWidget* shown = dialog.isEmpty() ? nullptr : openDialog(window, dialog);
         QCoreApplication::processEvents();
-        const QPixmap shot = window.grab();
+        QPixmap shot = window.grab();
+        if (shown) {
+            // The dialog over the middle of the window with a title bar, as a desktop shows it.
+            const QPixmap over = shown->grab();
+            QPainter painter(&shot);
+            const int titleHeight = painter.fontMetrics().height() + 10;
+            const QPoint at((shot.width() - over.width()) / 2, (shot.height() - over.height()) / 3);
+            const QRect title(at - QPoint(0, titleHeight), QSize(over.width(), titleHeight));
+            painter.fillRect(title.united(QRect(at, over.size())).adjusted(-1, -1, 1, 1), QColor(90, 90, 90));
+            painter.fillRect(title, QColor(220, 220, 220));
+            painter.drawText(title, Qt::AlignCenter, shown->windowTitle());
+            painter.drawPixmap(at, over);
+        }
         const auto encode = [&shot](QIODevice* target) { return shot.save(target, "PNG"); };
         if (!screenshotFolder->create(screenshotName, encode)) {
             err() << "orv-photos browse: cannot write " << screenshot << ": " << screenshotFolder->errorString()

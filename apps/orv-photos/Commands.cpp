@@ -29,9 +29,10 @@ QList<OrvCommand> orvCommands()
                    "       [--wait SECONDS]             write an album's fotos into a folder", commandExport},
         {"autostart", "autostart [--wait SECONDS] [on|off]\n"
                       "                                    whether plugging in a camera starts this program", commandAutostart},
-        {"browse", "browse [--source SERVICE [--album NAME_OR_URL [--select N]]] [--screenshot FILE] [--size WxH]\n"
+        {"browse", "browse [--source SERVICE [--album NAME_OR_URL [--select N]]] [--screenshot FILE [--dialog D]] [--size WxH]\n"
                    "                                    a window with the sources, an album's thumbnails and a foto's\n"
-                   "                                    details; with --screenshot it saves the window as PNG and exits",
+                   "                                    details; with --screenshot it saves the window as PNG and exits\n"
+                   "                                    (--dialog export|progress|about: with that dialog over it)",
          commandBrowse},
         {"ls", "ls PATH                           a directory's entries with kind, permissions and date\n"
                "                                    (photokitfs: paths with --program-id 8)", commandLs},

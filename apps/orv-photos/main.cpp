@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include "OrvBrowserTranslator.h"
+
 #include "OrvFotoRegistries.h"
 #include "OrvInitializer.h"
 #include "OrvPlatformIndependent.h"
@@ -262,6 +264,10 @@ int main(int argc, char** argv)
     QTranslator translator;
     if (language == QLatin1String("en") && translator.load(QStringLiteral(":/orv/translations/OrvApplePhotos_en.qm")))
         QCoreApplication::installTranslator(&translator);
+    // The browser's texts are German as well, with their own catalogue.
+    OrvBrowserTranslator browserTranslator;
+    if (browserTranslator.loadLanguage(language))
+        QCoreApplication::installTranslator(&browserTranslator);
     if (OrvSingleton<OrvInitializer>::instance()->setupAll() == 0) {
         err() << "orv-photos: " << pluginPath << " registered no initializer\n";
         return 2;
