@@ -82,15 +82,8 @@ void OrvExternalAlbumPool::remove(const OrvExternalId& albumId)
     if (!d->index.contains(albumId))
         return;
     // Collect the subtree first; removing changes the indices.
-    QSet<OrvExternalId> doomed;
-    OrvExternalIdList pending{albumId};
-    while (!pending.isEmpty()) {
-        const OrvExternalId id = pending.takeLast();
-        if (doomed.contains(id))
-            continue;
-        doomed.insert(id);
-        pending.append(d->children.value(id));
-    }
+    const OrvExternalIdList tree = albumTree(albumId);
+    const QSet<OrvExternalId> doomed(tree.cbegin(), tree.cend());
     const OrvExternalId parent = d->parentKey(d->albums.at(d->index.value(albumId)));
     d->children[parent].removeAll(albumId);
     for (const OrvExternalId& id : std::as_const(doomed)) {
@@ -165,6 +158,27 @@ OrvExternalAlbumList OrvExternalAlbumPool::albums() const { return OrvExternalAl
 OrvExternalIdList OrvExternalAlbumPool::children(const OrvExternalId& parentId) const
 {
     return d->children.value(parentId.isValid() ? parentId : OrvExternalId());
+}
+
+OrvExternalIdList OrvExternalAlbumPool::albumTree(const OrvExternalId& albumId) const
+{
+    OrvExternalIdList tree;
+    if (!d->index.contains(albumId))
+        return tree;
+    QSet<OrvExternalId> seen;
+    OrvExternalIdList pending{albumId};
+    while (!pending.isEmpty()) {
+        const OrvExternalId id = pending.takeLast();
+        // A tree that a source got wrong into a circle is walked once round.
+        if (seen.contains(id))
+            continue;
+        seen.insert(id);
+        tree.append(id);
+        const OrvExternalIdList kids = d->children.value(id);
+        for (auto it = kids.crbegin(); it != kids.crend(); ++it)
+            pending.append(*it);
+    }
+    return tree;
 }
 
 int OrvExternalAlbumPool::size() const { return int(d->albums.size()); }
@@ -363,31 +377,25 @@ OrvExternalFotoList OrvExternalDataPool::fotosInAlbumTree(const OrvExternalId& a
 {
     std::shared_lock locker(myLock);
     OrvExternalFotoList result;
-    if (!myAlbums.contains(albumId))
-        return result;
-    QSet<OrvExternalId> seenFotos;
-    QSet<OrvExternalId> seenAlbums;
-    OrvExternalIdList pending{albumId};
-    while (!pending.isEmpty()) {
-        const OrvExternalId id = pending.takeLast();
-        // A tree that a source got wrong into a circle is walked once round.
-        if (seenAlbums.contains(id))
-            continue;
-        seenAlbums.insert(id);
+    QSet<OrvExternalId> seen;
+    for (const OrvExternalId& id : myAlbums.albumTree(albumId)) {
         for (const OrvExternalId& fotoId : myAlbums.find(id).fotoIds()) {
-            if (seenFotos.contains(fotoId))
+            if (seen.contains(fotoId))
                 continue;
             const OrvExternalFoto foto = myFotos.find(fotoId);
             if (!foto.isValid())
                 continue;
-            seenFotos.insert(fotoId);
+            seen.insert(fotoId);
             result.append(foto);
         }
-        const OrvExternalIdList children = myAlbums.children(id);
-        for (auto it = children.crbegin(); it != children.crend(); ++it)
-            pending.append(*it);
     }
     return result;
+}
+
+OrvExternalIdList OrvExternalDataPool::albumTree(const OrvExternalId& albumId) const
+{
+    std::shared_lock locker(myLock);
+    return myAlbums.albumTree(albumId);
 }
 
 bool OrvExternalDataPool::isInAlbumTree(const OrvExternalId& albumId, const OrvExternalId& ancestorId) const

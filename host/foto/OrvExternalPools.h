@@ -36,6 +36,9 @@ public:
     OrvExternalAlbumList albums() const;
     // Sub-albums in announcement order; an invalid parent gives the top level.
     OrvExternalIdList children(const OrvExternalId& parentId) const;
+    // The album and every album inside it, however deep, each once: depth
+    // first, sub-albums in their order. Empty for an album the pool lacks.
+    OrvExternalIdList albumTree(const OrvExternalId& albumId) const;
     int size() const;
     bool isEmpty() const { return size() == 0; }
 
@@ -101,6 +104,7 @@ public:
     // Whether albumId is ancestorId or inside it, however deep.
     bool isInAlbumTree(const OrvExternalId& albumId, const OrvExternalId& ancestorId) const;
     OrvExternalIdList childAlbums(const OrvExternalId& parentId) const;
+    OrvExternalIdList albumTree(const OrvExternalId& albumId) const;
     OrvExternalAlbumList albums() const;
     OrvExternalFotoList fotos() const;
     int countFotos() const;

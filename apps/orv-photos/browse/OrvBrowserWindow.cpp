@@ -21,7 +21,6 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
-#include <QSet>
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QStatusBar>
@@ -354,16 +353,9 @@ void OrvBrowserWindow::onTreeCurrentChanged(const QModelIndex& current)
 void OrvBrowserWindow::openSubAlbums(OrvExternalDatabase* database, const OrvExternalId& albumId)
 {
     // A folder shows what its albums hold: sources that fill albums when asked are asked for each.
-    const OrvExternalDataPool& pool = database->getExternalDataPoolConst();
-    QSet<OrvExternalId> asked{albumId};
-    OrvExternalIdList pending = pool.childAlbums(albumId);
-    while (!pending.isEmpty()) {
-        const OrvExternalId id = pending.takeLast();
-        if (asked.contains(id))
-            continue;
-        asked.insert(id);
-        database->fetchMore(id.toUrl());
-        pending.append(pool.childAlbums(id));
+    for (const OrvExternalId& id : database->getExternalDataPoolConst().albumTree(albumId)) {
+        if (id != albumId)
+            database->fetchMore(id.toUrl());
     }
 }
 

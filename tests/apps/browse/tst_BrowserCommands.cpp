@@ -43,6 +43,7 @@
 #include <QXmlStreamReader>
 
 #include <memory>
+#include <thread>
 
 using namespace BrowserTest;
 
@@ -483,4 +484,34 @@ TEST(BrowserCommands, LabelsInOneLanguage)
             << info.toStdString();
     }
     QCoreApplication::removeTranslator(&translator);
+}
+
+TEST(BrowserCommands, ClosingTheWindowDuringAnExportEndsIt)
+{
+    GatedSource source;
+    QTemporaryDir out;
+    std::thread opener;
+    {
+        OrvBrowserWindow window({&source});
+        window.show();
+        window.openSource(&source);
+        const OrvExternalId album = source.addAlbum(QStringLiteral("Closing"), {"c1", "c2", "c3"});
+        ASSERT_TRUE(OrvTest::waitFor([&] { return window.openAlbum(&source, album); }));
+        window.action(OrvBrowserWindow::SelectAllCommand)->trigger();
+        source.gatedSize = QSize(40, 40);
+        source.setOpen(false);
+        window.exportSelection(out.path(), OrvFotoExporter::Options{false, 40, OrvMediaFormat(OrvMediaFormat::Png)});
+        ASSERT_TRUE(OrvTest::waitFor([&] { return source.waiting() == 1; }, 20000));
+        // The window goes while the first foto is on its way: once the job is told to stop, the foto gets through.
+        const OrvExportJob* job = window.exporter()->job();
+        ASSERT_TRUE(job);
+        opener = std::thread([job, &source] {
+            while (!job->isCancelled())
+                std::this_thread::yield();
+            source.setOpen(true);
+        });
+    }
+    opener.join();
+    // The job was cancelled and waited for: the foto on its way is written, no other is begun.
+    EXPECT_EQ(QDir(out.path()).entryList(QDir::Files), QStringList{"c1.png"});
 }

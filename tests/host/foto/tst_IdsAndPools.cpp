@@ -202,6 +202,10 @@ TEST(OrvExternalDataPool, AFolderHoldsTheFotosOfItsAlbums)
     EXPECT_TRUE(keys("nothing").isEmpty());
     EXPECT_EQ(keys("round"), (QStringList{"1", "2"}));
 
+    EXPECT_EQ(pool.albumTree(albumId("trips")), (OrvExternalIdList{albumId("trips"), albumId("lake"), albumId("summer"), albumId("beach")}));
+    EXPECT_EQ(pool.albumTree(albumId("round")), (OrvExternalIdList{albumId("round"), albumId("about")}));
+    EXPECT_TRUE(pool.albumTree(albumId("nothing")).isEmpty());
+
     EXPECT_TRUE(pool.isInAlbumTree(albumId("beach"), albumId("trips")));
     EXPECT_TRUE(pool.isInAlbumTree(albumId("trips"), albumId("trips")));
     EXPECT_FALSE(pool.isInAlbumTree(albumId("trips"), albumId("beach")));
