@@ -25,7 +25,8 @@ QStringList describe(const OrvIPhotoDatabaseParser& parser)
             for (const OrvExternalId& id : album.fotoIds())
                 ids.append(id.toString());
             lines.append(album.id().toString() + QLatin1Char(' ') + album.name() + QLatin1Char(' ')
-                         + QString::number(album.type().code()) + QLatin1Char(' ') + ids.join(QLatin1Char(',')));
+                         + QString::number(album.type().code()) + QLatin1Char(' ') + ids.join(QLatin1Char(','))
+                         + QLatin1Char(' ') + album.parentAlbum().toString());
         }
     }
     for (const OrvExternalFoto& foto : parser.fotos().fotos()) {
@@ -69,8 +70,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 
     const OrvExternalDataPool pool = parser.dataPool();
 
-    // Touch what the browser would show, so that broken values surface here.
-    for (const OrvExternalAlbum& album : pool.albums())
-        (void)pool.fotosInAlbum(album.id()).size();
+    // Touch what the browser would show, so that broken values surface here; folders hold a tree.
+    for (const OrvExternalAlbum& album : pool.albums()) {
+        (void)pool.fotosInAlbumTree(album.id()).size();
+        int depth = 0;
+        for (OrvExternalId up = album.parentAlbum(); up.isValid(); up = pool.findAlbum(up).parentAlbum()) {
+            if (++depth > OrvIPhotoDatabaseParser::maxFolderDepth) {
+                fprintf(stderr, "folders nest deeper than allowed, or in a circle\n");
+                abort();
+            }
+        }
+    }
     return 0;
 }

@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "OrvBrowserWindow.h"
+#include "OrvExportController.h"
 #include "OrvExternalDatabase.h"
 #include "OrvFotoDetailsView.h"
 #include "OrvFotoGridModel.h"
@@ -10,7 +11,10 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QAction>
 #include <QListView>
+#include <QPainter>
+#include <QProgressDialog>
 #include <QPixmap>
 #include <QThread>
 
@@ -30,6 +34,34 @@ bool settle(const std::function<bool()>& done, int timeoutMs)
     return done();
 }
 
+// A dialog of the window for its screenshot: "export" over the shown fotos,
+// "progress" of an export of them a third of the way, "about".
+QWidget* openDialog(OrvBrowserWindow& window, const QString& name)
+{
+    QWidget* dialog = nullptr;
+    if (name == QLatin1String("about")) {
+        dialog = window.openAbout();
+    } else {
+        if (window.selectedCount() == 0)
+            window.action(OrvBrowserWindow::SelectAllCommand)->trigger();
+        const int count = qMax(1, window.selectedCount());
+        if (name == QLatin1String("export")) {
+            window.action(OrvBrowserWindow::ExportCommand)->trigger();
+            dialog = window.exporter()->dialog();
+        } else {
+            QProgressDialog* progress = window.exporter()->makeProgressDialog(OrvExportController::Export, count / 3, count);
+            progress->setAttribute(Qt::WA_DeleteOnClose);
+            progress->show();
+            dialog = progress;
+        }
+    }
+    if (dialog) {
+        dialog->adjustSize();
+        settle([&] { return dialog->isVisible(); }, 2000);
+    }
+    return dialog;
+}
+
 } // namespace
 
 int commandBrowse(const OrvArguments& arguments)
@@ -37,6 +69,7 @@ int commandBrowse(const OrvArguments& arguments)
     const QString service = arguments.value(QStringLiteral("source"));
     const QString album = arguments.value(QStringLiteral("album"));
     const QString screenshot = arguments.value(QStringLiteral("screenshot"));
+    const QString dialog = arguments.value(QStringLiteral("dialog"));
     QSize size(1280, 800);
     int select = -1;
     if (arguments.isSet(QStringLiteral("select"))) {
@@ -54,6 +87,10 @@ int commandBrowse(const OrvArguments& arguments)
             fail("browse") << OrvCommandLine::tr("--size takes WIDTHxHEIGHT, at least 200x200") << "\n";
             return 1;
         }
+    }
+    if (!dialog.isEmpty() && screenshot.isEmpty()) {
+        fail("browse") << OrvCommandLine::tr("--dialog needs --screenshot") << "\n";
+        return 1;
     }
     if (service.isEmpty() && !album.isEmpty()) {
         fail("browse") << OrvCommandLine::tr("--album needs --source") << "\n";
@@ -108,8 +145,21 @@ int commandBrowse(const OrvArguments& arguments)
     }
     if (!screenshot.isEmpty()) {
         window.waitForVisibleThumbnails(20000);
+        QWidget* shown = dialog.isEmpty() ? nullptr : openDialog(window, dialog);
         QCoreApplication::processEvents();
-        const QPixmap shot = window.grab();
+        QPixmap shot = window.grab();
+        if (shown) {
+            // The dialog over the middle of the window with a title bar, as a desktop shows it.
+            const QPixmap over = shown->grab();
+            QPainter painter(&shot);
+            const int titleHeight = painter.fontMetrics().height() + 10;
+            const QPoint at((shot.width() - over.width()) / 2, (shot.height() - over.height()) / 3);
+            const QRect title(at - QPoint(0, titleHeight), QSize(over.width(), titleHeight));
+            painter.fillRect(title.united(QRect(at, over.size())).adjusted(-1, -1, 1, 1), QColor(90, 90, 90));
+            painter.fillRect(title, QColor(220, 220, 220));
+            painter.drawText(title, Qt::AlignCenter, shown->windowTitle());
+            painter.drawPixmap(at, over);
+        }
         const auto encode = [&shot](QIODevice* target) { return shot.save(target, "PNG"); };
         if (!screenshotFolder->create(screenshotName, encode)) {
             fail("browse") << OrvCommandLine::tr("cannot write %1: %2").arg(screenshot, screenshotFolder->errorString()) << "\n";

@@ -53,7 +53,8 @@ int commandExport(const OrvArguments& arguments)
         fail("export") << OrvCommandLine::tr("cannot create %1: %2").arg(outDir, exporter.errorString()) << "\n";
         return 1;
     }
-    const OrvExternalFotoList fotos = database->getExternalDataPoolConst().fotosInAlbum(albumId);
+    // A folder: the fotos of its albums.
+    const OrvExternalFotoList fotos = database->getExternalDataPoolConst().fotosInAlbumTree(albumId);
     int written = 0;
     bool refused = false;
     for (const OrvExternalFoto& foto : fotos) {

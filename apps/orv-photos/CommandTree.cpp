@@ -2,6 +2,7 @@
 
 #include "OrvExternalDatabase.h"
 #include "OrvFotoCacheManager.h"
+#include "OrvFotoDate.h"
 #include "OrvSourceSettler.h"
 
 #include <QJsonArray>
@@ -10,19 +11,6 @@
 
 namespace {
 
-QString isoWithOffset(const QDateTime& taken)
-{
-    if (!taken.isValid())
-        return QString();
-    const int offset = taken.offsetFromUtc();
-    const QTime time = taken.time();
-    QString text = taken.date().toString(Qt::ISODate) + QLatin1Char('T')
-        + time.toString(time.msec() ? QStringLiteral("HH:mm:ss.zzz") : QStringLiteral("HH:mm:ss"));
-    const int minutes = qAbs(offset) / 60;
-    text += (offset < 0 ? QLatin1Char('-') : QLatin1Char('+'))
-        + QStringLiteral("%1:%2").arg(minutes / 60, 2, 10, QLatin1Char('0')).arg(minutes % 60, 2, 10, QLatin1Char('0'));
-    return text;
-}
 
 QString urlText(const OrvExternalId& id) { return id.isValid() ? id.toUrl().toString() : QString(); }
 
@@ -70,7 +58,7 @@ QJsonObject describeTree(quint32 type, OrvExternalDatabase* database)
         const QUrl data = foto.dataUrl(FOTO_CACHE_SIZE_FULL);
         fotos.append(QJsonObject{{QStringLiteral("id"), urlText(foto.id())},
                                  {QStringLiteral("name"), foto.name()},
-                                 {QStringLiteral("taken"), isoWithOffset(foto.taken())},
+                                 {QStringLiteral("taken"), OrvFotoDate::toIsoString(foto.taken())},
                                  {QStringLiteral("rating"), foto.adobeRating()},
                                  {QStringLiteral("faces"), faces},
                                  {QStringLiteral("file"), data.isLocalFile() ? data.toLocalFile() : QString()}});
@@ -115,8 +103,8 @@ void printText(quint32 type, OrvExternalDatabase* database)
     std::function<void(const OrvExternalId&, int)> print = [&](const OrvExternalId& parent, int depth) {
         for (const OrvExternalId& id : pool.childAlbums(parent)) {
             const OrvExternalAlbum album = pool.findAlbum(id);
-            out() << QString(2 * depth, QLatin1Char(' ')) << album.name() << "  [" << photoCount(pool.fotosInAlbum(id).size())
-                  << "]\n";
+            out() << QString(2 * depth, QLatin1Char(' ')) << album.name() << "  ["
+                  << photoCount(pool.fotosInAlbumTree(id).size()) << "]\n";
             if (depth < 64)
                 print(id, depth + 1);
         }

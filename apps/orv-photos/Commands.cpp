@@ -113,6 +113,8 @@ public:
                  {"select", "N", QT_TR_NOOP("select the N-th photo of the album, from 0, and show its details")},
                  {"screenshot", "FILE", QT_TR_NOOP("save the window as PNG into this new file and exit"), Kind::File},
                  {"size", "WxH", QT_TR_NOOP("the window's size (default 1280x800)")},
+                 {"dialog", "DIALOG", QT_TR_NOOP("with --screenshot: that dialog open over the window"), Kind::None,
+                  "export progress about"},
              },
              nullptr, 0, 0, nullptr, Kind::None, commandBrowse},
             {"autostart", QT_TR_NOOP("whether plugging in a camera starts this program"),

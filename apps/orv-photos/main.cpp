@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "OrvBrowserTranslator.h"
 #include "OrvDidYouMean.h"
 #include "OrvFotoRegistries.h"
 #include "OrvInitializer.h"
@@ -277,6 +278,7 @@ int main(int argc, char** argv)
         return 2;
     }
     // The plug-in brings its own catalogues.
+    OrvBrowserTranslator::registerCatalogues();
     language.installCatalogues();
     if (OrvSingleton<OrvInitializer>::instance()->setupAll() == 0) {
         err() << "orv-photos: " << OrvCommandLine::tr("%1 registered no initializer").arg(pluginPath) << "\n";

@@ -82,15 +82,8 @@ void OrvExternalAlbumPool::remove(const OrvExternalId& albumId)
     if (!d->index.contains(albumId))
         return;
     // Collect the subtree first; removing changes the indices.
-    QSet<OrvExternalId> doomed;
-    OrvExternalIdList pending{albumId};
-    while (!pending.isEmpty()) {
-        const OrvExternalId id = pending.takeLast();
-        if (doomed.contains(id))
-            continue;
-        doomed.insert(id);
-        pending.append(d->children.value(id));
-    }
+    const OrvExternalIdList tree = albumTree(albumId);
+    const QSet<OrvExternalId> doomed(tree.cbegin(), tree.cend());
     const OrvExternalId parent = d->parentKey(d->albums.at(d->index.value(albumId)));
     d->children[parent].removeAll(albumId);
     for (const OrvExternalId& id : std::as_const(doomed)) {
@@ -165,6 +158,27 @@ OrvExternalAlbumList OrvExternalAlbumPool::albums() const { return OrvExternalAl
 OrvExternalIdList OrvExternalAlbumPool::children(const OrvExternalId& parentId) const
 {
     return d->children.value(parentId.isValid() ? parentId : OrvExternalId());
+}
+
+OrvExternalIdList OrvExternalAlbumPool::albumTree(const OrvExternalId& albumId) const
+{
+    OrvExternalIdList tree;
+    if (!d->index.contains(albumId))
+        return tree;
+    QSet<OrvExternalId> seen;
+    OrvExternalIdList pending{albumId};
+    while (!pending.isEmpty()) {
+        const OrvExternalId id = pending.takeLast();
+        // A tree that a source got wrong into a circle is walked once round.
+        if (seen.contains(id))
+            continue;
+        seen.insert(id);
+        tree.append(id);
+        const OrvExternalIdList kids = d->children.value(id);
+        for (auto it = kids.crbegin(); it != kids.crend(); ++it)
+            pending.append(*it);
+    }
+    return tree;
 }
 
 int OrvExternalAlbumPool::size() const { return int(d->albums.size()); }
@@ -362,6 +376,45 @@ OrvExternalFotoList OrvExternalDataPool::fotosInAlbum(const OrvExternalId& album
             result.append(foto);
     }
     return result;
+}
+
+OrvExternalFotoList OrvExternalDataPool::fotosInAlbumTree(const OrvExternalId& albumId) const
+{
+    std::shared_lock locker(myLock);
+    OrvExternalFotoList result;
+    QSet<OrvExternalId> seen;
+    for (const OrvExternalId& id : myAlbums.albumTree(albumId)) {
+        for (const OrvExternalId& fotoId : myAlbums.find(id).fotoIds()) {
+            if (seen.contains(fotoId))
+                continue;
+            const OrvExternalFoto foto = myFotos.find(fotoId);
+            if (!foto.isValid())
+                continue;
+            seen.insert(fotoId);
+            result.append(foto);
+        }
+    }
+    return result;
+}
+
+OrvExternalIdList OrvExternalDataPool::albumTree(const OrvExternalId& albumId) const
+{
+    std::shared_lock locker(myLock);
+    return myAlbums.albumTree(albumId);
+}
+
+bool OrvExternalDataPool::isInAlbumTree(const OrvExternalId& albumId, const OrvExternalId& ancestorId) const
+{
+    if (!albumId.isValid() || !ancestorId.isValid())
+        return false;
+    std::shared_lock locker(myLock);
+    QSet<OrvExternalId> seen;
+    for (OrvExternalId at = albumId; at.isValid() && !seen.contains(at); at = myAlbums.find(at).parentAlbum()) {
+        if (at == ancestorId)
+            return true;
+        seen.insert(at);
+    }
+    return false;
 }
 
 OrvExternalIdList OrvExternalDataPool::childAlbums(const OrvExternalId& parentId) const

@@ -36,6 +36,9 @@ public:
     OrvExternalAlbumList albums() const;
     // Sub-albums in announcement order; an invalid parent gives the top level.
     OrvExternalIdList children(const OrvExternalId& parentId) const;
+    // The album and every album inside it, however deep, each once: depth
+    // first, sub-albums in their order. Empty for an album the pool lacks.
+    OrvExternalIdList albumTree(const OrvExternalId& albumId) const;
     int size() const;
     bool isEmpty() const { return size() == 0; }
 
@@ -95,7 +98,13 @@ public:
     OrvExternalFoto findFoto(const OrvExternalId& fotoId) const;
     // The fotos the album lists, in its order; ids without a foto are left out.
     OrvExternalFotoList fotosInAlbum(const OrvExternalId& albumId) const;
+    // What a folder shows: the album's own fotos, then those of the albums
+    // inside it (depth first, in their order), each foto once.
+    OrvExternalFotoList fotosInAlbumTree(const OrvExternalId& albumId) const;
+    // Whether albumId is ancestorId or inside it, however deep.
+    bool isInAlbumTree(const OrvExternalId& albumId, const OrvExternalId& ancestorId) const;
     OrvExternalIdList childAlbums(const OrvExternalId& parentId) const;
+    OrvExternalIdList albumTree(const OrvExternalId& albumId) const;
     OrvExternalAlbumList albums() const;
     OrvExternalFotoList fotos() const;
     int countFotos() const;

@@ -248,7 +248,8 @@ OrvGroupModelAbstract::OrvGroupModelAbstract(OrvExternalDatabase* database)
 
 void OrvGroupModelAbstract::reloadIf(const OrvExternalId& albumId)
 {
-    if (albumId == myAlbum)
+    // A folder shows what the albums inside it hold.
+    if (albumId == myAlbum || myDatabase->getExternalDataPoolConst().isInAlbumTree(albumId, myAlbum))
         reload();
 }
 
@@ -269,7 +270,7 @@ void OrvGroupModelAbstract::setAlbum(const OrvExternalId& albumId)
 void OrvGroupModelAbstract::reload()
 {
     beginResetModel();
-    myFotos = myAlbum.isValid() ? myDatabase->getExternalDataPoolConst().fotosInAlbum(myAlbum) : OrvExternalFotoList();
+    myFotos = myAlbum.isValid() ? myDatabase->getExternalDataPoolConst().fotosInAlbumTree(myAlbum) : OrvExternalFotoList();
     if (mySortColumn == 0) {
         std::stable_sort(myFotos.begin(), myFotos.end(), [](const OrvExternalFoto& a, const OrvExternalFoto& b) {
             return QString::localeAwareCompare(a.name(), b.name()) < 0;

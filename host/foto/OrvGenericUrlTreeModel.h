@@ -53,7 +53,8 @@ private:
     int myOrphans = 0;  // albums shown at the top because their parent is not known yet
 };
 
-// The fotos of one album of a source, for a list or grid view.
+// The fotos of one album of a source, for a list or grid view; a folder
+// shows the fotos of the albums inside it.
 class OrvGroupModelAbstract : public QAbstractListModel
 {
     Q_OBJECT

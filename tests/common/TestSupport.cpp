@@ -11,6 +11,8 @@
 
 #include <sys/stat.h>
 
+#include <ctime>
+
 namespace OrvTest {
 
 QString sourceDir()
@@ -115,6 +117,21 @@ bool waitFor(const std::function<bool()>& condition, int timeoutMs)
         QThread::msleep(1);
     }
     return true;
+}
+
+TimeZone::TimeZone(const char* zone) : myOld(qgetenv("TZ")), myHadOld(qEnvironmentVariableIsSet("TZ"))
+{
+    qputenv("TZ", zone);
+    tzset();
+}
+
+TimeZone::~TimeZone()
+{
+    if (myHadOld)
+        qputenv("TZ", myOld);
+    else
+        qunsetenv("TZ");
+    tzset();
 }
 
 } // namespace OrvTest

@@ -30,6 +30,20 @@ bool makeFifo(const QString& path);
 bool resetPeakMemory();
 qint64 peakMemoryKiB();
 
+// Sets TZ (the machine's time zone) for as long as it lives, then puts it back.
+class TimeZone
+{
+public:
+    explicit TimeZone(const char* zone);
+    ~TimeZone();
+    TimeZone(const TimeZone&) = delete;
+    TimeZone& operator=(const TimeZone&) = delete;
+
+private:
+    QByteArray myOld;
+    bool myHadOld;
+};
+
 // Runs the event loop until condition holds or timeoutMs passes.
 bool waitFor(const std::function<bool()>& condition, int timeoutMs = 5000);
 

@@ -1,26 +1,26 @@
 #include "OrvBrowserWindow.h"
 
+#include "OrvAboutBox.h"
+#include "OrvDroppedFotos.h"
 #include "OrvExternalDatabase.h"
 #include "OrvFotoDetailsView.h"
 #include "OrvFotoGridModel.h"
 #include "OrvFotoRetriever.h"
 #include "OrvGenericUrlTreeModel.h"
-#include "OrvMimeConverter.h"
 #include "OrvMimeConverterRegistry.h"
 #include "OrvSourceTreeModel.h"
 #include "OrvThumbnailLoader.h"
 
 #include <QAction>
+#include <QActionGroup>
 #include <QApplication>
-#include <QDataStream>
 #include <QDragEnterEvent>
 #include <QElapsedTimer>
-#include <QFileDialog>
-#include <QHeaderView>
 #include <QLabel>
 #include <QListView>
+#include <QMenu>
+#include <QMenuBar>
 #include <QMimeData>
-#include <QRegularExpression>
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QStatusBar>
@@ -29,69 +29,15 @@
 #include <QToolBar>
 #include <QTreeView>
 
-namespace {
+#include <algorithm>
 
-const char* const phassetMimeType = "text/x-orv-phasset";
-
-// The fotos a drag of Photos assets names: a serialized list of URLs, or URLs one per line.
-QList<OrvExternalId> droppedFotos(const QMimeData* data)
-{
-    const QByteArray payload = data->data(QString::fromLatin1(phassetMimeType));
-    QList<QUrl> urls;
-    QDataStream stream(payload);
-    stream >> urls;
-    if (stream.status() != QDataStream::Ok || !stream.atEnd()) {
-        urls.clear();
-        for (const QByteArray& line : payload.split('\n')) {
-            const QUrl url(QString::fromUtf8(line.trimmed()));
-            if (url.isValid() && !url.scheme().isEmpty())
-                urls.append(url);
-        }
-    }
-    QList<OrvExternalId> ids;
-    for (const QUrl& url : std::as_const(urls)) {
-        const OrvExternalId id(url);
-        if (id.isValid())
-            ids.append(id);
-    }
-    return ids;
-}
-
-// The types of the drag that a registered converter takes, as one pasteboard item.
-OrvPasteboardItem convertibleTypes(const QMimeData* data)
-{
-    OrvPasteboardItem item;
-    const QList<OrvMimeConverter*> converters = OrvSingleton<OrvMimeConverterRegistry>::instance()->converters();
-    for (const QString& format : data->formats()) {
-        for (const OrvMimeConverter* converter : converters) {
-            if (!converter->mimeForUti(format).isEmpty()) {
-                item.insert(format, data->data(format));
-                break;
-            }
-        }
-    }
-    return item;
-}
-
-} // namespace
-
-// An export running on a thread of its own; the retrievers were made on the main thread.
-struct OrvBrowserWindow::ExportJob
-{
-    std::unique_ptr<OrvFotoExporter> exporter;
-    QList<QPair<OrvExternalFoto, std::shared_ptr<OrvFotoRetrieverInterface>>> fotos;
-    std::atomic<int> done{0};
-    std::atomic<int> written{0};
-    std::thread thread;
-};
 
 OrvBrowserWindow::OrvBrowserWindow(const QList<OrvExternalDatabase*>& sources, QWidget* parent)
     : QMainWindow(parent), myLoader(new OrvThumbnailLoader(0, this)), mySources(new OrvSourceTreeModel(this)),
       myGrid(new OrvFotoGridModel(myLoader, this)), myTree(new QTreeView), myGridView(new QListView),
       myCentre(new QStackedWidget), myPlaceholder(new QLabel), myDetails(new OrvFotoDetailsView(myLoader)),
-      myStatus(new QLabel)
+      myStatus(new QLabel), myExport(new OrvExportController(this))
 {
-    setWindowTitle(tr("Photos"));
     for (OrvExternalDatabase* database : sources)
         mySources->addSource(database);
 
@@ -111,15 +57,19 @@ OrvBrowserWindow::OrvBrowserWindow(const QList<OrvExternalDatabase*>& sources, Q
     myGridView->setMovement(QListView::Static);
     // One size for all: the view never asks every item (and so every thumbnail) for its size.
     myGridView->setUniformItemSizes(true);
-    myGridView->setIconSize(OrvFotoGridModel::thumbnailSize());
-    myGridView->setGridSize(OrvFotoGridModel::thumbnailSize() + QSize(24, 48));
     myGridView->setWordWrap(true);
     myGridView->setSelectionMode(QAbstractItemView::ExtendedSelection);
     myGridView->setDragEnabled(true);
     myGridView->setDragDropMode(QAbstractItemView::DragOnly);
+    myGridView->setContextMenuPolicy(Qt::CustomContextMenu);
     myGridView->setModel(myGrid);
     connect(myGridView->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& current) { onGridCurrentChanged(current); });
+    connect(myGridView->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        updateStatus();
+        updateCommands();
+    });
+    connect(myGridView, &QWidget::customContextMenuRequested, this, &OrvBrowserWindow::openContextMenu);
 
     myPlaceholder->setAlignment(Qt::AlignCenter);
     myPlaceholder->setWordWrap(true);
@@ -135,10 +85,20 @@ OrvBrowserWindow::OrvBrowserWindow(const QList<OrvExternalDatabase*>& sources, Q
     splitter->setStretchFactor(2, 1);
     setCentralWidget(splitter);
 
-    auto* toolbar = addToolBar(tr("Fotos"));
-    toolbar->setObjectName(QStringLiteral("fotos"));
-    QAction* exportAction = toolbar->addAction(tr("Export…"));
-    connect(exportAction, &QAction::triggered, this, &OrvBrowserWindow::chooseExportFolder);
+    makeActions();
+    makeMenus();
+    setThumbnailEdge(OrvFotoGridModel::defaultThumbnailSize().width());
+    connect(myExport, &OrvExportController::runningChanged, this, [this] {
+        updateCommands();
+        updateStatus();
+    });
+    connect(myExport, &OrvExportController::message, this, [this](const QString& text) { statusBar()->showMessage(text, 10000); });
+    connect(myExport, &OrvExportController::finished, this, [this](OrvExportController::Kind kind, int written, int total, bool stopped) {
+        if (kind == OrvExportController::Copy)
+            emit copyFinished(stopped ? 0 : written);
+        else
+            emit exportFinished(written, total, stopped);
+    });
 
     statusBar()->addWidget(myStatus, 1);
     auto* ticker = new QTimer(this);
@@ -156,17 +116,218 @@ OrvBrowserWindow::OrvBrowserWindow(const QList<OrvExternalDatabase*>& sources, Q
             myGridView->setCurrentIndex(current);
         showCentre();
         updateStatus();
+        updateCommands();
     });
+    // Albums announced inside the shown folder are asked for their fotos too.
+    connect(mySources, &QAbstractItemModel::rowsInserted, this, [this](const QModelIndex& parent, int first, int last) {
+        OrvExternalDatabase* database = myGrid->database();
+        if (!database || !myGrid->album().isValid())
+            return;
+        for (int row = first; row <= last; ++row) {
+            const OrvExternalId album = mySources->albumFor(mySources->index(row, 0, parent));
+            if (album.isValid() && album != myGrid->album()
+                && database->getExternalDataPoolConst().isInAlbumTree(album, myGrid->album()))
+                database->fetchMore(album.toUrl());
+        }
+    });
+    // Albums come and go, and get their names: the title follows.
+    connect(mySources, &QAbstractItemModel::dataChanged, this, &OrvBrowserWindow::updateTitle);
+    connect(mySources, &QAbstractItemModel::rowsInserted, this, &OrvBrowserWindow::updateTitle);
 
     setAcceptDrops(true);
     resize(1280, 800);
+    updateTitle();
+    updateCommands();
     updateStatus();
 }
 
-OrvBrowserWindow::~OrvBrowserWindow()
+OrvBrowserWindow::~OrvBrowserWindow() = default;
+
+QAction* OrvBrowserWindow::addCommand(Command command, const QString& text, const QKeySequence& keys)
 {
-    if (myExport && myExport->thread.joinable())
-        myExport->thread.join();
+    auto* action = new QAction(text, this);
+    if (!keys.isEmpty())
+        action->setShortcut(keys);
+    myActions.insert(command, action);
+    return action;
+}
+
+void OrvBrowserWindow::makeActions()
+{
+    connect(addCommand(ExportCommand, tr("Exportieren …"), QKeySequence(Qt::CTRL | Qt::Key_E)), &QAction::triggered, this,
+            [this] { myExport->ask(selectedItems()); });
+    // Where the platform leaves Quit to the window manager (its scheme has no key), Ctrl+Q as on other desktops.
+    const QKeySequence quitKeys = QKeySequence::keyBindings(QKeySequence::Quit).isEmpty() ? QKeySequence(Qt::CTRL | Qt::Key_Q)
+                                                                                          : QKeySequence(QKeySequence::Quit);
+    connect(addCommand(QuitCommand, tr("Beenden"), quitKeys), &QAction::triggered, this, &QWidget::close);
+    connect(addCommand(SelectAllCommand, tr("Alle auswählen"), QKeySequence::SelectAll), &QAction::triggered, this, [this] {
+        if (myCentre->currentWidget() == myGridView)
+            myGridView->selectAll();
+    });
+    connect(addCommand(CopyCommand, tr("Kopieren"), QKeySequence::Copy), &QAction::triggered, this, [this] {
+        OrvFotoExporter::Options asStored;
+        asStored.full = true;
+        myExport->start(OrvExportController::Copy, QString(), asStored, selectedItems());
+    });
+    connect(addCommand(ZoomInCommand, tr("Vergrößern"), QKeySequence::ZoomIn), &QAction::triggered, this, [this] { zoom(1); });
+    connect(addCommand(ZoomOutCommand, tr("Verkleinern"), QKeySequence::ZoomOut), &QAction::triggered, this, [this] { zoom(-1); });
+    connect(addCommand(ActualSizeCommand, tr("Normale Größe"), QKeySequence(Qt::CTRL | Qt::Key_0)), &QAction::triggered, this,
+            [this] { setThumbnailEdge(OrvFotoGridModel::defaultThumbnailSize().width()); });
+
+    auto* sorting = new QActionGroup(this);
+    const QList<QPair<Command, int>> orders{{SortByDateCommand, 1}, {SortByNameCommand, 0}, {SortAsAlbumCommand, -1}};
+    const QStringList names{tr("Nach Aufnahmedatum"), tr("Nach Name"), tr("Wie im Album")};
+    for (qsizetype i = 0; i < orders.size(); ++i) {
+        QAction* order = addCommand(orders.at(i).first, names.at(i));
+        order->setCheckable(true);
+        sorting->addAction(order);
+        const int column = orders.at(i).second;
+        connect(order, &QAction::triggered, this, [this, column] { setSortColumn(column); });
+    }
+    action(SortByDateCommand)->setChecked(true);
+
+    QAction* details = addCommand(DetailsCommand, tr("Details anzeigen"), QKeySequence(Qt::CTRL | Qt::Key_I));
+    details->setCheckable(true);
+    details->setChecked(true);
+    connect(details, &QAction::toggled, myDetails, &QWidget::setVisible);
+    connect(addCommand(AboutCommand, tr("Über orv-photos")), &QAction::triggered, this, &OrvBrowserWindow::openAbout);
+}
+
+void OrvBrowserWindow::makeMenus()
+{
+    QMenu* file = menuBar()->addMenu(tr("&Datei"));
+    file->addAction(action(ExportCommand));
+    file->addSeparator();
+    file->addAction(action(QuitCommand));
+    QMenu* edit = menuBar()->addMenu(tr("&Bearbeiten"));
+    edit->addAction(action(CopyCommand));
+    edit->addAction(action(SelectAllCommand));
+    QMenu* view = menuBar()->addMenu(tr("&Ansicht"));
+    view->addAction(action(ZoomInCommand));
+    view->addAction(action(ZoomOutCommand));
+    view->addAction(action(ActualSizeCommand));
+    view->addSeparator();
+    QMenu* sort = view->addMenu(tr("Sortieren"));
+    sort->addAction(action(SortByDateCommand));
+    sort->addAction(action(SortByNameCommand));
+    sort->addAction(action(SortAsAlbumCommand));
+    view->addSeparator();
+    view->addAction(action(DetailsCommand));
+    QMenu* help = menuBar()->addMenu(tr("&Hilfe"));
+    help->addAction(action(AboutCommand));
+
+    auto* toolbar = addToolBar(tr("Fotos"));
+    toolbar->setObjectName(QStringLiteral("fotos"));
+    toolbar->addAction(action(ExportCommand));
+    toolbar->addSeparator();
+    toolbar->addAction(action(ZoomOutCommand));
+    toolbar->addAction(action(ZoomInCommand));
+}
+
+QList<int> OrvBrowserWindow::thumbnailEdges() { return {96, 128, 192, 256, 384}; }
+
+int OrvBrowserWindow::thumbnailEdge() const { return myGrid->thumbnailSize().width(); }
+
+void OrvBrowserWindow::setThumbnailEdge(int edge)
+{
+    const QList<int> edges = thumbnailEdges();
+    edge = qBound(edges.first(), edge, edges.last());
+    const QSize size(edge, edge);
+    myGrid->setThumbnailSize(size);
+    myGridView->setIconSize(size);
+    // Room for the name and the date under each thumbnail.
+    myGridView->setGridSize(size + QSize(24, 48));
+    updateCommands();
+}
+
+void OrvBrowserWindow::zoom(int steps)
+{
+    const QList<int> edges = thumbnailEdges();
+    const int current = thumbnailEdge();
+    // The next larger or smaller of the steps, from wherever the edge is now.
+    int index = steps > 0 ? int(std::upper_bound(edges.cbegin(), edges.cend(), current) - edges.cbegin())
+                          : int(std::lower_bound(edges.cbegin(), edges.cend(), current) - edges.cbegin()) - 1;
+    index = qBound(0, index, int(edges.size()) - 1);
+    setThumbnailEdge(edges.at(index));
+}
+
+void OrvBrowserWindow::setSortColumn(int column)
+{
+    myGrid->setSortColumn(column);
+    const Command command = column == 0 ? SortByNameCommand : column == 1 ? SortByDateCommand : SortAsAlbumCommand;
+    action(command)->setChecked(true);
+}
+
+QList<OrvExportJob::Item> OrvBrowserWindow::selectedItems() const
+{
+    QList<OrvExportJob::Item> items;
+    OrvExternalDatabase* database = myGrid->database();
+    if (!database)
+        return items;
+    QModelIndexList rows = myGridView->selectionModel()->selectedIndexes();
+    std::sort(rows.begin(), rows.end(), [](const QModelIndex& a, const QModelIndex& b) { return a.row() < b.row(); });
+    for (const QModelIndex& index : std::as_const(rows)) {
+        const OrvExternalFoto foto = myGrid->fotoAt(index.row());
+        // Retrievers are made here, on the main thread; the job only uses them.
+        if (foto.isValid())
+            items.append({foto, std::shared_ptr<OrvFotoRetrieverInterface>(database->createRetrieverInterface(foto.id()))});
+    }
+    return items;
+}
+
+int OrvBrowserWindow::selectedCount() const
+{
+    return myCentre->currentWidget() == myGridView ? int(myGridView->selectionModel()->selectedIndexes().size()) : 0;
+}
+
+void OrvBrowserWindow::updateCommands()
+{
+    const bool any = selectedCount() > 0;
+    const bool idle = !myExport->isRunning();
+    action(ExportCommand)->setEnabled(any && idle);
+    action(CopyCommand)->setEnabled(any && idle);
+    action(SelectAllCommand)->setEnabled(myGrid->rowCount() > 0);
+    const QList<int> edges = thumbnailEdges();
+    action(ZoomInCommand)->setEnabled(thumbnailEdge() < edges.last());
+    action(ZoomOutCommand)->setEnabled(thumbnailEdge() > edges.first());
+}
+
+QMenu* OrvBrowserWindow::openContextMenu(const QPoint& pos)
+{
+    const QModelIndex index = myGridView->indexAt(pos);
+    if (!index.isValid())
+        return nullptr;
+    // A click beside the selection makes the clicked foto the selection, as file managers do.
+    if (!myGridView->selectionModel()->isSelected(index)) {
+        myGridView->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect);
+    } else {
+        myGridView->selectionModel()->setCurrentIndex(index, QItemSelectionModel::NoUpdate);
+    }
+    if (myContextMenu)
+        myContextMenu->close();
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(action(ExportCommand));
+    menu->addAction(action(CopyCommand));
+    menu->addSeparator();
+    QAction* details = menu->addAction(tr("Details anzeigen"));
+    connect(details, &QAction::triggered, this, &OrvBrowserWindow::showDetailsOfCurrent);
+    myContextMenu = menu;
+    menu->popup(myGridView->viewport()->mapToGlobal(pos));
+    return menu;
+}
+
+void OrvBrowserWindow::showDetailsOfCurrent()
+{
+    action(DetailsCommand)->setChecked(true);
+    onGridCurrentChanged(myGridView->currentIndex());
+}
+
+QWidget* OrvBrowserWindow::openAbout()
+{
+    auto* box = new OrvAboutBox(mySources->shownSources(), this);
+    box->open();
+    return box;
 }
 
 void OrvBrowserWindow::onTreeCurrentChanged(const QModelIndex& current)
@@ -179,12 +340,23 @@ void OrvBrowserWindow::onTreeCurrentChanged(const QModelIndex& current)
     myShownSource = database;
     if (album.isValid()) {
         database->fetchMore(album.toUrl());
+        openSubAlbums(database, album);
         myGrid->setAlbum(database, album);
     } else {
         myGrid->setAlbum(database, OrvExternalId());
     }
     myDetails->clear();
     showCentre();
+    updateTitle();
+}
+
+void OrvBrowserWindow::openSubAlbums(OrvExternalDatabase* database, const OrvExternalId& albumId)
+{
+    // A folder shows what its albums hold: sources that fill albums when asked are asked for each.
+    for (const OrvExternalId& id : database->getExternalDataPoolConst().albumTree(albumId)) {
+        if (id != albumId)
+            database->fetchMore(id.toUrl());
+    }
 }
 
 void OrvBrowserWindow::onGridCurrentChanged(const QModelIndex& current)
@@ -233,12 +405,14 @@ bool OrvBrowserWindow::openAlbum(OrvExternalDatabase* database, const OrvExterna
     database->doLazyInit();
     const QModelIndex row = mySources->indexForAlbum(database, albumId);
     if (row.isValid()) {
-        myTree->expand(row.parent());
+        for (QModelIndex up = row.parent(); up.isValid(); up = up.parent())
+            myTree->expand(up);
         myTree->setCurrentIndex(row);
         myTree->scrollTo(row);
     } else {
         myShownSource = database;
         database->fetchMore(albumId.toUrl());
+        openSubAlbums(database, albumId);
         myGrid->setAlbum(database, albumId);
         showCentre();
     }
@@ -330,88 +504,53 @@ void OrvBrowserWindow::updateStatus()
     QStringList parts;
     for (OrvExternalDatabase* database : mySources->shownSources()) {
         if (mySources->isLoading(database))
-            parts.append(tr("%1: loading, %2 fotos so far").arg(database->service().displayName()).arg(database->countFotos()));
+            parts.append(tr("%1: wird geladen, bisher %2 Fotos").arg(database->service().displayName()).arg(database->countFotos()));
     }
-    if (myGrid->database())
-        parts.append(myGrid->rowCount() == 1 ? tr("1 foto") : tr("%1 fotos").arg(myGrid->rowCount()));
+    if (myGrid->database()) {
+        const int count = myGrid->rowCount();
+        const int selected = selectedCount();
+        if (selected > 0)
+            parts.append(tr("%1 von %2 Fotos ausgewählt").arg(selected).arg(count));
+        else
+            parts.append(count == 1 ? tr("1 Foto") : tr("%1 Fotos").arg(count));
+    }
     const int waiting = myLoader->waiting() + myLoader->running();
     if (waiting > 0)
-        parts.append(waiting == 1 ? tr("1 bitmap on the way") : tr("%1 bitmaps on the way").arg(waiting));
-    if (myExport)
-        parts.append(tr("exporting %1 of %2").arg(myExport->done.load()).arg(myExport->fotos.size()));
+        parts.append(waiting == 1 ? tr("1 Bild unterwegs") : tr("%1 Bilder unterwegs").arg(waiting));
+    if (const OrvExportJob* job = myExport->job())
+        parts.append(OrvExportController::progressText(myExport->kind(), job->done(), job->total()));
     myStatus->setText(parts.join(QStringLiteral(" · ")));
+}
+
+void OrvBrowserWindow::updateTitle()
+{
+    // The album and its source, as documents and their program are named.
+    const QModelIndex current = myTree->currentIndex();
+    OrvExternalDatabase* database = mySources->databaseFor(current);
+    const QString source = database ? database->service().displayName() : QString();
+    const QString album = mySources->albumFor(current).isValid() ? current.data().toString() : QString();
+    setWindowTitle(!album.isEmpty() ? tr("%1 – %2").arg(album, source) : !source.isEmpty() ? source : tr("Fotos"));
 }
 
 QString OrvBrowserWindow::statusText() const { return myStatus->text(); }
 
-void OrvBrowserWindow::chooseExportFolder()
-{
-    const QString folder = QFileDialog::getExistingDirectory(this, tr("Export the selected fotos to"));
-    if (folder.isEmpty())
-        return;
-    OrvFotoExporter::Options options;
-    options.full = true;
-    exportSelection(folder, options);
-}
-
 void OrvBrowserWindow::exportSelection(const QString& folder, const OrvFotoExporter::Options& options)
 {
-    OrvExternalDatabase* database = myGrid->database();
-    if (myExport || !database)
-        return;
-    auto job = std::make_unique<ExportJob>();
-    job->exporter = std::make_unique<OrvFotoExporter>(folder, options);
-    QModelIndexList rows = myGridView->selectionModel()->selectedIndexes();
-    std::sort(rows.begin(), rows.end(), [](const QModelIndex& a, const QModelIndex& b) { return a.row() < b.row(); });
-    for (const QModelIndex& index : std::as_const(rows)) {
-        const OrvExternalFoto foto = myGrid->fotoAt(index.row());
-        job->fotos.append({foto, std::shared_ptr<OrvFotoRetrieverInterface>(database->createRetrieverInterface(foto.id()))});
-    }
-    if (!job->exporter->isOpen() || job->fotos.isEmpty()) {
-        emit exportFinished(0, int(job->fotos.size()));
-        return;
-    }
-    myExport = std::move(job);
-    ExportJob* running = myExport.get();
-    running->thread = std::thread([this, running] {
-        for (const auto& [foto, retriever] : std::as_const(running->fotos)) {
-            const OrvFotoExporter::Result result = running->exporter->write(foto, retriever.get());
-            if (result == OrvFotoExporter::FolderRefused)
-                break;
-            if (result == OrvFotoExporter::Written)
-                ++running->written;
-            ++running->done;
-        }
-        QMetaObject::invokeMethod(this, [this] { finishExport(); }, Qt::QueuedConnection);
-    });
-    updateStatus();
-}
-
-void OrvBrowserWindow::finishExport()
-{
-    if (!myExport)
-        return;
-    myExport->thread.join();
-    const int written = myExport->written;
-    const int total = int(myExport->fotos.size());
-    myExport.reset();
-    statusBar()->showMessage(tr("Exported %1 of %2 fotos").arg(written).arg(total), 5000);
-    updateStatus();
-    emit exportFinished(written, total);
+    myExport->start(OrvExportController::Export, folder, options, selectedItems());
 }
 
 void OrvBrowserWindow::dragEnterEvent(QDragEnterEvent* event)
 {
-    const QMimeData* data = event->mimeData();
-    if (data->hasFormat(QString::fromLatin1(phassetMimeType)) || !convertibleTypes(data).isEmpty())
+    if (OrvDroppedFotos::isAcceptable(event->mimeData()))
         event->acceptProposedAction();
 }
 
 void OrvBrowserWindow::dropEvent(QDropEvent* event)
 {
     const QMimeData* data = event->mimeData();
-    const int selected = data->hasFormat(QString::fromLatin1(phassetMimeType)) ? dropFotos(data)
-                                                                              : dropPasteboard({convertibleTypes(data)});
+    const int selected = data->hasFormat(QString::fromLatin1(OrvDroppedFotos::mimeType))
+        ? dropFotos(data)
+        : dropPasteboard({OrvDroppedFotos::convertibleTypes(data)});
     if (selected > 0)
         event->acceptProposedAction();
 }
@@ -424,7 +563,7 @@ int OrvBrowserWindow::dropPasteboard(const QList<QMap<QString, QByteArray>>& ite
 
 int OrvBrowserWindow::dropFotos(const QMimeData* data)
 {
-    const QList<OrvExternalId> ids = data ? droppedFotos(data) : QList<OrvExternalId>();
+    const QList<OrvExternalId> ids = OrvDroppedFotos::ids(data);
     if (ids.isEmpty())
         return 0;
     // The album to show them in: the one shown if it has them, else the first that does.

@@ -2,6 +2,7 @@
 
 #include "OrvExternalDatabase.h"
 #include "OrvFotoCacheManager.h"
+#include "OrvFotoDate.h"
 #include "OrvThumbnailLoader.h"
 
 #include <QLabel>
@@ -82,28 +83,28 @@ void OrvFotoDetailsView::updateInfo()
         myInfo->clear();
         return;
     }
-    const QLocale locale;
     QStringList lines{myName};
-    const QDateTime taken = myMetaData.pictureTaken().isValid() || !myDatabase
-        ? myMetaData.pictureTaken()
-        : myDatabase->findExternalFoto(myFotoId).taken();
-    lines.append(tr("Taken: %1").arg(taken.isValid() ? locale.toString(taken, QLocale::LongFormat) : tr("unknown")));
+    // The foto's own date, as the grid and the command line show it; what the file says only without one.
+    const QDateTime recorded = myDatabase ? myDatabase->findExternalFoto(myFotoId).taken() : QDateTime();
+    const QDateTime taken = recorded.isValid() ? recorded : myMetaData.pictureTaken();
+    lines.append(tr("Aufgenommen: %1")
+                     .arg(taken.isValid() ? OrvFotoDate::toDisplayString(taken, QLocale::LongFormat) : tr("unbekannt")));
     const QSize pixels = myFull ? myPixelSize : myMetaData.preferredSize();
     if (pixels.isValid())
-        lines.append(tr("Size: %1 × %2 pixels").arg(pixels.width()).arg(pixels.height()));
+        lines.append(tr("Größe: %1 × %2 Pixel").arg(pixels.width()).arg(pixels.height()));
     const int rating = myMetaData.adobeRating();
     if (rating > 0)
-        lines.append(tr("Rating: %1").arg(QString(rating, QChar(0x2605))));
+        lines.append(tr("Bewertung: %1").arg(QString(rating, QChar(0x2605))));
     else if (rating < 0)
-        lines.append(tr("Rating: rejected"));
+        lines.append(tr("Bewertung: abgelehnt"));
     const OrvGeoPosition position = myMetaData.geoPosition();
     if (position.isValid())
-        lines.append(tr("Location: %1, %2").arg(position.latitude(), 0, 'f', 5).arg(position.longitude(), 0, 'f', 5));
+        lines.append(tr("Ort: %1, %2").arg(position.latitude(), 0, 'f', 5).arg(position.longitude(), 0, 'f', 5));
     QStringList people;
     for (const OrvFacePosition& face : myMetaData.faces())
-        people.append(face.name.isEmpty() ? tr("(unnamed)") : face.name);
+        people.append(face.name.isEmpty() ? tr("(ohne Namen)") : face.name);
     if (!people.isEmpty())
-        lines.append(tr("Faces: %1").arg(people.join(QStringLiteral(", "))));
+        lines.append(tr("Gesichter: %1").arg(people.join(QStringLiteral(", "))));
     myInfo->setText(lines.join(QLatin1Char('\n')));
 }
 

@@ -1,6 +1,7 @@
 #include "OrvFotoGridModel.h"
 
 #include "OrvExternalDatabase.h"
+#include "OrvFotoDate.h"
 #include "OrvFotoExporter.h"
 #include "OrvFotoRegistries.h"
 #include "OrvFotoRetriever.h"
@@ -19,10 +20,11 @@ namespace {
 
 // Pixmaps for a few screens of thumbnails (about 45 MB); the foto cache keeps more.
 constexpr int pixmapsKept = 300;
+const QColor placeholderColour(150, 150, 150);
+const QColor brokenColour(190, 90, 90);
 
-QPixmap framed(const QColor& colour, bool crossed)
+QPixmap framed(const QSize& size, const QColor& colour, bool crossed)
 {
-    const QSize size = OrvFotoGridModel::thumbnailSize();
     QPixmap pixmap(size);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
@@ -39,9 +41,8 @@ QPixmap framed(const QColor& colour, bool crossed)
 }
 
 // A thumbnail centred on a canvas of the grid's size, so that every item lays out alike.
-QPixmap* canvas(const QImage& image)
+QPixmap* canvas(const QSize& size, const QImage& image)
 {
-    const QSize size = OrvFotoGridModel::thumbnailSize();
     const QImage fitted = image.width() > size.width() || image.height() > size.height()
         ? image.scaled(size, Qt::KeepAspectRatio, Qt::SmoothTransformation)
         : image;
@@ -55,8 +56,8 @@ QPixmap* canvas(const QImage& image)
 } // namespace
 
 OrvFotoGridModel::OrvFotoGridModel(OrvThumbnailLoader* loader, QObject* parent)
-    : QIdentityProxyModel(parent), myLoader(loader), myPixmaps(pixmapsKept), myPlaceholder(framed(QColor(150, 150, 150), false)),
-      myBroken(framed(QColor(190, 90, 90), true))
+    : QIdentityProxyModel(parent), myLoader(loader), myPixmaps(pixmapsKept),
+      myPlaceholder(framed(myThumbnailSize, placeholderColour, false)), myBroken(framed(myThumbnailSize, brokenColour, true))
 {
     connect(myLoader, &OrvThumbnailLoader::ready, this, &OrvFotoGridModel::onReady);
     connect(myLoader, &OrvThumbnailLoader::dropped, this, [this](const OrvExternalId& fotoId, const QSize& size) {
@@ -83,9 +84,32 @@ void OrvFotoGridModel::setAlbum(OrvExternalDatabase* database, const OrvExternal
         setSourceModel(nullptr);
         return;
     }
+    database->groupModel()->setAutoSortColumn(mySortColumn);
     database->groupModel()->setAlbum(albumId);
     if (sourceModel() != database->groupModel())
         setSourceModel(database->groupModel());
+}
+
+void OrvFotoGridModel::setSortColumn(int column)
+{
+    mySortColumn = column;
+    if (myDatabase && myDatabase->groupModel())
+        myDatabase->groupModel()->setAutoSortColumn(column);
+}
+
+void OrvFotoGridModel::setThumbnailSize(const QSize& size)
+{
+    if (size == myThumbnailSize || size.isEmpty())
+        return;
+    // What waits for the old size is of no use now; what is shown is asked for again when painted.
+    myLoader->cancelWaiting();
+    myThumbnailSize = size;
+    myPixmaps.clear();
+    myFailed.clear();
+    myPlaceholder = framed(size, placeholderColour, false);
+    myBroken = framed(size, brokenColour, true);
+    if (rowCount() > 0)
+        emit dataChanged(index(0, 0), index(rowCount() - 1, 0), {Qt::DecorationRole, ThumbnailStateRole});
 }
 
 OrvExternalFoto OrvFotoGridModel::fotoAt(int row) const
@@ -122,15 +146,15 @@ QVariant OrvFotoGridModel::data(const QModelIndex& index, int role) const
         const QImage image = myLoader->request(myDatabase, id, thumbnailSize());
         if (image.isNull())
             return myPlaceholder;
-        QPixmap* pixmap = canvas(image);
+        QPixmap* pixmap = canvas(myThumbnailSize, image);
         const QPixmap shown = *pixmap;
         myPixmaps.insert(id, pixmap);
         return shown;
     }
     case Qt::DisplayRole: {
         const OrvExternalFoto foto = fotoAt(index.row());
-        const QDateTime taken = foto.taken();
-        return taken.isValid() ? foto.name() + QLatin1Char('\n') + QLocale().toString(taken, QLocale::ShortFormat) : foto.name();
+        const QString taken = OrvFotoDate::toDisplayString(foto.taken(), QLocale::ShortFormat);
+        return taken.isEmpty() ? foto.name() : foto.name() + QLatin1Char('\n') + taken;
     }
     case Qt::ToolTipRole:
         return fotoAt(index.row()).id().toString();
@@ -155,7 +179,7 @@ void OrvFotoGridModel::onReady(const OrvExternalId& fotoId, const QSize& size, c
     if (image.isNull()) {
         myFailed.insert(fotoId);
     } else {
-        myPixmaps.insert(fotoId, canvas(image));
+        myPixmaps.insert(fotoId, canvas(myThumbnailSize, image));
     }
     emit dataChanged(index, index, {Qt::DecorationRole, ThumbnailStateRole});
     emit thumbnailArrived(index);

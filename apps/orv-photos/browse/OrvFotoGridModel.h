@@ -29,12 +29,19 @@ public:
     explicit OrvFotoGridModel(OrvThumbnailLoader* loader, QObject* parent = nullptr);
 
     void setAlbum(OrvExternalDatabase* database, const OrvExternalId& albumId);
+    // How the fotos are ordered: by name (0), date taken (1) or as the album has them (-1).
+    void setSortColumn(int column);
+    int sortColumn() const { return mySortColumn; }
     OrvExternalDatabase* database() const { return myDatabase; }
     OrvExternalId album() const { return myAlbum; }
     OrvExternalFoto fotoAt(int row) const;
     QModelIndex indexForFoto(const OrvExternalId& fotoId) const;
 
-    static QSize thumbnailSize() { return QSize(192, 192); }
+    // The edge thumbnails are asked for and shown at; a new size asks the
+    // loader again (the foto cache may have them already).
+    QSize thumbnailSize() const { return myThumbnailSize; }
+    void setThumbnailSize(const QSize& size);
+    static QSize defaultThumbnailSize() { return QSize(192, 192); }
 
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
@@ -56,6 +63,8 @@ private:
     mutable QCache<OrvExternalId, QPixmap> myPixmaps;
     mutable QSet<OrvExternalId> myFailed;
     mutable QHash<OrvExternalId, int> myRows;
+    QSize myThumbnailSize = defaultThumbnailSize();
+    int mySortColumn = 1;
     QPixmap myPlaceholder;
     QPixmap myBroken;
 };

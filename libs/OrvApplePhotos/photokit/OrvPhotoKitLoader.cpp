@@ -564,6 +564,23 @@ void OrvPhotoKitLoader::assetsAdded(const ObjectEnumeration& objects, const OrvE
         myDatabase->fotosInserted(fotos, albumId);
 }
 
+QDateTime OrvPhotoKitLoader::inZoneTakenIn(const AssetPtr& asset, const QDateTime& instant)
+{
+    // The local creation date is the wall-clock time of the shot; its distance
+    // from the instant is the zone the photo was taken in.
+    static const QString localCreationDateKey = QStringLiteral("localCreationDate");
+    const QVariant local = asset ? asset->valueForKey(localCreationDateKey) : QVariant();
+    if (!local.isValid() || !instant.isValid())
+        return instant;
+    const QDateTime localDate = local.toDateTime();
+    if (!localDate.isValid())
+        return instant;
+    const qint64 d = instant.secsTo(localDate);
+    // Fixed zones reach 16 hours either way; closer to 17 hours no zone can be
+    // given, and the instant is kept as it is rather than made invalid.
+    return d >= -57600 && d <= 57600 ? instant.toOffsetFromUtc(int(d)) : instant;
+}
+
 OrvExternalFoto OrvPhotoKitLoader::assetAdded(const AssetPtr& asset)
 {
     const OrvExternalId id = createIdForObject(asset);
@@ -575,20 +592,7 @@ OrvExternalFoto OrvPhotoKitLoader::assetAdded(const AssetPtr& asset)
     const std::optional<QDateTime> created = asset->creationDate();
     QDateTime taken = created && created->isValid() ? *created : QDateTime();
 
-    // The local creation date is the wall-clock time of the shot; its distance
-    // from the instant is the zone the photo was taken in.
-    static const QString localCreationDateKey = QStringLiteral("localCreationDate");
-    const QVariant local = asset->valueForKey(localCreationDateKey);
-    if (local.isValid() && taken.isValid()) {
-        const QDateTime localDate = local.toDateTime();
-        if (localDate.isValid()) {
-            const qint64 d = taken.secsTo(localDate);
-            // Fixed zones reach 16 hours either way; closer to 17 hours no zone can be
-            // given, and the instant is kept as it is rather than made invalid.
-            if (d >= -57600 && d <= 57600)
-                taken = taken.toOffsetFromUtc(int(d));
-        }
-    }
+    taken = inZoneTakenIn(asset, taken);
 
     const QString name = taken.isValid() ? fotoName(taken) : undatedFotoName(asset->localIdentifier());
     const QSize size(asset->pixelWidth(), asset->pixelHeight());

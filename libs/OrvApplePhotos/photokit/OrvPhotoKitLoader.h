@@ -59,6 +59,10 @@ public:
     static QString localIdentifierForExternalId(const OrvExternalId& id);
     // "creationDate >= start AND creationDate < start of next year", local calendar.
     static OrvPhotoKit::Predicate predicateForYear(int year);
+    // The instant in the zone the asset was taken in, as its local creation
+    // date tells; unchanged where it tells nothing. Fotos and their metadata
+    // carry this one date.
+    static QDateTime inZoneTakenIn(const OrvPhotoKit::AssetPtr& asset, const QDateTime& instant);
 
     // How many fetch results are followed for changes (for diagnostics and tests).
     int observedFetchResultCount() const;

@@ -247,7 +247,7 @@ OrvFotoMetaData OrvPhotoKitRetrieval::metaData(const OrvExternalId& id)
     }
     OrvNativeMetaDataGeneric native;
     if (const std::optional<QDateTime> created = asset->creationDate())
-        native.setPictureTaken(*created);
+        native.setPictureTaken(OrvPhotoKitLoader::inZoneTakenIn(asset, *created));
     native.setPreferredSize(QSize(asset->pixelWidth(), asset->pixelHeight()));
     if (const std::optional<Location> location = asset->location())
         native.setGeoPosition(OrvGeoPosition(location->coordinate.latitude, location->coordinate.longitude));

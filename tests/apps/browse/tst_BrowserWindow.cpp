@@ -14,8 +14,10 @@
 #include "sim/OrvImageCaptureSim.h"
 #include "sim/OrvPhotoKitSimLibrary.h"
 
-#include "TestSupport.h"
+#include "BrowserTestSupport.h"
+#include "OrvFotoDate.h"
 #include "OrvQtCompat.h"
+#include "TestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -28,6 +30,8 @@
 #include <QMimeData>
 #include <QTemporaryDir>
 #include <QTreeView>
+
+using namespace BrowserTest;
 
 namespace {
 
@@ -45,85 +49,6 @@ struct EmptySource : OrvExternalDatabase
     bool myShown;
 };
 
-// An iPhoto library of real JPEGs, and the sample Photos library, as the two sources.
-class Libraries : public ::testing::Environment
-{
-public:
-    void SetUp() override
-    {
-        const QString root = dir.path();
-        QByteArray fotos;
-        QByteArray keys;
-        for (int i = 1; i <= 30; ++i) {
-            const QString path = QStringLiteral("%1/Masters/IMG_%2.JPG").arg(root).arg(i, 4, 10, QLatin1Char('0'));
-            OrvTest::writeFile(path, OrvTest::makeJpeg(640, 480, 1, 60 + i));
-            QByteArray more = "<key>DateAsTimerInterval</key><real>" + QByteArray::number(300000000 + i * 3600) + "</real>";
-            if (i == 1) {
-                more += "<key>Rating</key><integer>4</integer><key>Faces</key><array><dict><key>face key</key>"
-                        "<string>7</string><key>rectangle</key><string>{{0.25, 0.5}, {0.2, 0.25}}</string></dict></array>";
-            }
-            fotos += "<key>" + QByteArray::number(i) + "</key><dict><key>Caption</key><string>IMG_" + QByteArray::number(i)
-                + "</string><key>ImagePath</key><string>" + path.toUtf8() + "</string><key>ThumbPath</key><string>"
-                + path.toUtf8() + "</string><key>MediaType</key><string>Image</string>" + more + "</dict>";
-            keys += "<string>" + QByteArray::number(i) + "</string>";
-        }
-        const QByteArray xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>"
-                               "<key>List of Albums</key><array><dict><key>AlbumId</key><integer>5</integer>"
-                               "<key>AlbumName</key><string>Holiday</string><key>Album Type</key><string>Regular</string>"
-                               "<key>KeyList</key><array>" + keys + "</array></dict></array>"
-                               "<key>List of Faces</key><dict><key>7</key><dict><key>name</key><string>Ann</string>"
-                               "<key>key</key><integer>7</integer></dict></dict>"
-                               "<key>Master Image List</key><dict>" + fotos + "</dict></dict></plist>";
-        OrvTest::writeFile(root + QStringLiteral("/AlbumData.xml"), xml);
-        OrvTest::writeFile(root + QStringLiteral("/config/apple/iphoto.conf"),
-                           "[General]\nXMLDataFilePath=" + root.toUtf8() + "/AlbumData.xml\n");
-        qputenv("XDG_CONFIG_HOME", (root + QStringLiteral("/config")).toLocal8Bit());
-
-        OrvPhotoKitSim::install();
-        library = OrvPhotoKitSim::Library::loadDescription(OrvTest::sourceDir() + QStringLiteral("/samples/photos/library.json"));
-        OrvPhotoKitSim::setSharedLibrary(library);
-    }
-    void TearDown() override
-    {
-        if (library)
-            library->waitForQueue();
-    }
-
-    QTemporaryDir dir;
-    std::shared_ptr<OrvPhotoKitSim::Library> library;
-};
-
-Libraries* libraries = nullptr;
-const auto registered = ::testing::AddGlobalTestEnvironment(libraries = new Libraries);
-
-OrvExternalDatabase* iphoto() { return OrvIPhotoDatabase::instance(); }
-OrvExternalDatabase* photokit() { return OrvSingleton<OrvPhotoKitDatabase>::instance(); }
-OrvExternalId iphotoFoto(int n) { return OrvExternalId(QStringLiteral("iphoto"), QStringLiteral("foto"), QString::number(n)); }
-
-QStringList selectedIds(OrvBrowserWindow& window)
-{
-    QStringList selected;
-    for (const QModelIndex& index : window.gridView()->selectionModel()->selectedIndexes())
-        selected.append(window.gridModel()->fotoAt(index.row()).id().remoteId());
-    selected.sort();
-    return selected;
-}
-
-void screenshot(QWidget& window, const QString& name)
-{
-    const QString folder = OrvTest::binaryDir() + QStringLiteral("/screenshots");
-    QDir().mkpath(folder);
-    window.grab().save(folder + QLatin1Char('/') + name);
-}
-
-QStringList childNames(const QAbstractItemModel& model, const QModelIndex& parent)
-{
-    QStringList names;
-    for (int row = 0; row < model.rowCount(parent); ++row)
-        names.append(model.index(row, 0, parent).data().toString());
-    return names;
-}
-
 } // namespace
 
 TEST(BrowserWindow, SourcesAlbumsAndPlaceholders)
@@ -134,7 +59,8 @@ TEST(BrowserWindow, SourcesAlbumsAndPlaceholders)
     window.show();
     const OrvSourceTreeModel& model = *window.sourceModel();
     EXPECT_EQ(childNames(model, QModelIndex()), (QStringList{"iPhoto", "Empty", "Fotos"})) << "the hidden source stays hidden";
-    EXPECT_EQ(childNames(model, window.sourceModel()->indexForSource(iphoto())), (QStringList{"Holiday", "Ann", "July 2010"}));
+    EXPECT_EQ(childNames(model, window.sourceModel()->indexForSource(iphoto())),
+              (QStringList{"Holiday", "Trips", "Mixed", "Ann", "July 2010"}));
     // Not started yet: it says it is loading, in German unless translated.
     EXPECT_EQ(window.sourceModel()->indexForSource(photokit()).data(OrvSourceTreeModel::PlaceholderRole).toString(),
               QStringLiteral("<b>Fotos werden geladen</b>"));
@@ -168,7 +94,7 @@ TEST(BrowserWindow, ThumbnailsForWhatIsVisible)
     EXPECT_GT(waiting, 0) << "fotos out of sight were not fetched";
     EXPECT_EQ(window.visibleWaiting(), 0);
     EXPECT_TRUE(window.gridModel()->index(0, 0).data().toString().startsWith(QStringLiteral("IMG_0001.JPG\n")));
-    EXPECT_TRUE(window.statusText().contains(QStringLiteral("30 fotos"))) << window.statusText().toStdString();
+    EXPECT_TRUE(window.statusText().contains(QStringLiteral("30 Fotos"))) << window.statusText().toStdString();
     screenshot(window, QStringLiteral("album.png"));
 
     // Scrolled to the end, the rest arrives; the first ones are served by the cache next time.
@@ -187,9 +113,9 @@ TEST(BrowserWindow, DetailsOfTheSelectedFoto)
     ASSERT_TRUE(OrvTest::waitFor([&] { return details->hasFullImage() && details->hasMetaData(); }, 20000));
     EXPECT_EQ(details->imageSize(), QSize(640, 480));
     const QString info = details->infoText();
-    EXPECT_TRUE(info.contains(QStringLiteral("Size: 640 × 480 pixels"))) << info.toStdString();
+    EXPECT_TRUE(info.contains(QStringLiteral("Größe: 640 × 480 Pixel"))) << info.toStdString();
     EXPECT_TRUE(info.contains(QString(4, QChar(0x2605)))) << info.toStdString();
-    EXPECT_TRUE(info.contains(QStringLiteral("Faces: Ann"))) << info.toStdString();
+    EXPECT_TRUE(info.contains(QStringLiteral("Gesichter: Ann"))) << info.toStdString();
     ASSERT_EQ(details->faces().size(), 1);
     EXPECT_EQ(details->faces().first().rect, QRectF(0.25, 0.25, 0.2, 0.25)) << "origin top left";
     screenshot(window, QStringLiteral("details.png"));
@@ -217,17 +143,17 @@ TEST(BrowserWindow, FollowsTheLibraryAsItChanges)
     OrvPhotoKitSim::AssetSpec added;
     added.localIdentifier = QStringLiteral("NEW-1/L0/001");
     added.creationDate = OrvQt::utc(QDate(2024, 5, 1), QTime(9, 0));
-    libraries->library->addAsset(added);
+    libraries().photos->addAsset(added);
     ASSERT_TRUE(OrvTest::waitFor([&] { return window.gridModel()->rowCount() == before + 1; }));
     OrvPhotoKitSim::CollectionSpec album;
     album.localIdentifier = QStringLiteral("ALBUM-NEW/L0/040");
     album.title = QStringLiteral("Brand new");
-    libraries->library->addCollection(album);
+    libraries().photos->addCollection(album);
     ASSERT_TRUE(OrvTest::waitFor([&] { return window.sourceModel()->rowCount(source) == albums + 1; }));
     EXPECT_TRUE(childNames(*window.sourceModel(), source).contains(QStringLiteral("Brand new")));
 
-    libraries->library->removeAsset(added.localIdentifier);
-    libraries->library->removeCollection(album.localIdentifier);
+    libraries().photos->removeAsset(added.localIdentifier);
+    libraries().photos->removeCollection(album.localIdentifier);
     ASSERT_TRUE(OrvTest::waitFor([&] { return window.gridModel()->rowCount() == before; }));
     ASSERT_TRUE(OrvTest::waitFor([&] { return window.sourceModel()->rowCount(source) == albums; }));
 }
@@ -256,7 +182,7 @@ TEST(BrowserWindow, ExportDragOutAndDropIn)
     ASSERT_EQ(data->urls().size(), 2);
     for (const QUrl& url : data->urls()) {
         QFile copy(url.toLocalFile());
-        QFile original(libraries->dir.path() + QStringLiteral("/Masters/") + url.fileName());
+        QFile original(libraries().dir.path() + QStringLiteral("/Masters/") + url.fileName());
         ASSERT_TRUE(copy.open(QIODevice::ReadOnly) && original.open(QIODevice::ReadOnly)) << url.toString().toStdString();
         EXPECT_EQ(copy.readAll(), original.readAll());
     }
@@ -326,6 +252,11 @@ TEST(BrowserWindow, FollowsDevicesPluggedAndUnplugged)
     ASSERT_TRUE(window.waitForVisibleThumbnails(20000));
     EXPECT_EQ(window.gridModel()->index(0, 0).data(OrvFotoGridModel::ThumbnailStateRole).toInt(), OrvFotoGridModel::Shown);
     ASSERT_EQ(window.selectFotos({window.gridModel()->fotoAt(1).id()}), 1);
+    // The camera's date of the file, in the same form as every other date: no zone it does not know.
+    ASSERT_TRUE(OrvTest::waitFor([&] { return window.detailsView()->hasMetaData(); }, 20000));
+    const QString taken = window.detailsView()->infoText().section(QLatin1Char('\n'), 1, 1);
+    EXPECT_TRUE(taken.startsWith(QStringLiteral("Aufgenommen: "))) << taken.toStdString();
+    EXPECT_FALSE(taken.contains(QStringLiteral("unbekannt")) || taken.contains(QStringLiteral("UTC"))) << taken.toStdString();
     screenshot(window, QStringLiteral("camera.png"));
 
     // Pulled out: its album and fotos go, and nothing shown refers to them any more.
@@ -334,4 +265,87 @@ TEST(BrowserWindow, FollowsDevicesPluggedAndUnplugged)
     ASSERT_TRUE(OrvTest::waitFor([&] { return window.gridModel()->rowCount() == 0; }));
     EXPECT_TRUE(window.gridView()->selectionModel()->selectedIndexes().isEmpty());
     QCoreApplication::processEvents();
+}
+
+TEST(BrowserWindow, IPhotoFoldersHoldTheirAlbums)
+{
+    OrvBrowserWindow window({iphoto()});
+    window.resize(1000, 650);
+    window.show();
+    const OrvSourceTreeModel& model = *window.sourceModel();
+    const QModelIndex trips = model.indexForAlbum(iphoto(), iphotoAlbum(40));
+    ASSERT_TRUE(trips.isValid());
+    EXPECT_EQ(model.parent(trips), model.indexForSource(iphoto()));
+    EXPECT_EQ(childNames(model, trips), (QStringList{"Coast", "Old", "Nothing"}));
+    EXPECT_EQ(childNames(model, model.indexForAlbum(iphoto(), iphotoAlbum(42))), QStringList{"Hills"});
+    EXPECT_FALSE(childNames(model, model.indexForSource(iphoto())).contains(QStringLiteral("Coast"))) << "not beside its folder";
+
+    // A folder shows the fotos of its albums (and of their folders), each once, in the tree's order.
+    window.setSortColumn(-1);
+    ASSERT_TRUE(window.openAlbum(iphoto(), iphotoAlbum(40)));
+    QStringList shown;
+    for (int row = 0; row < window.gridModel()->rowCount(); ++row)
+        shown.append(window.gridModel()->fotoAt(row).id().remoteId());
+    EXPECT_EQ(shown, (QStringList{"3", "1", "2", "5"}));
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("Trips – iPhoto"));
+    ASSERT_TRUE(window.waitForVisibleThumbnails(20000));
+    screenshot(window, QStringLiteral("folders.png"));
+
+    // Written as the user exports them: every foto of the folder once.
+    window.action(OrvBrowserWindow::SelectAllCommand)->trigger();
+    QTemporaryDir out;
+    int written = -1;
+    QObject::connect(&window, &OrvBrowserWindow::exportFinished, [&](int count, int, bool) { written = count; });
+    OrvFotoExporter::Options options;
+    options.full = true;
+    window.exportSelection(out.path(), options);
+    ASSERT_TRUE(OrvTest::waitFor([&] { return written >= 0; }, 20000));
+    EXPECT_EQ(QDir(out.path()).entryList(QDir::Files),
+              (QStringList{"IMG_0001.JPG", "IMG_0002.JPG", "IMG_0003.JPG", "IMG_0005.JPG"}));
+
+    // An empty folder shows nothing; an album deep down opens the folders above it.
+    ASSERT_TRUE(window.openAlbum(iphoto(), iphotoAlbum(44)));
+    EXPECT_EQ(window.gridModel()->rowCount(), 0);
+    window.treeView()->collapseAll();
+    ASSERT_TRUE(window.openAlbum(iphoto(), iphotoAlbum(43)));
+    EXPECT_TRUE(window.treeView()->isExpanded(model.indexForAlbum(iphoto(), iphotoAlbum(42))));
+    EXPECT_TRUE(window.treeView()->isExpanded(trips));
+    EXPECT_EQ(window.gridModel()->rowCount(), 2);
+    EXPECT_EQ(window.windowTitle(), QStringLiteral("Hills – iPhoto"));
+    window.setSortColumn(1);
+}
+
+TEST(BrowserWindow, DatesAgreeBetweenGridDetailsAndTree)
+{
+    OrvBrowserWindow window({iphoto(), photokit()});
+    window.show();
+    window.openSource(photokit());
+    const OrvExternalId all(QStringLiteral("photokit"), QStringLiteral("all"), QString());
+    ASSERT_TRUE(OrvTest::waitFor([&] { return window.sourceModel()->indexForAlbum(photokit(), all).isValid(); }));
+    window.openAlbum(photokit(), all);
+    // Taken at 21:10 in California, which is 04:10 UTC the next day.
+    const OrvExternalId evening(QStringLiteral("photokit"), QStringLiteral("foto"), QStringLiteral("A1B2C3D4-0006_2FL0_2F001"));
+    ASSERT_TRUE(OrvTest::waitFor([&] { return window.gridModel()->indexForFoto(evening).isValid(); }));
+    const QDateTime taken = photokit()->findExternalFoto(evening).taken();
+    EXPECT_EQ(OrvFotoDate::toIsoString(taken), QStringLiteral("2023-06-21T21:10:00-07:00")) << "as tree --json says it";
+    const QString inGrid = window.gridModel()->indexForFoto(evening).data().toString().section(QLatin1Char('\n'), 1);
+    EXPECT_EQ(inGrid, OrvFotoDate::toDisplayString(taken, QLocale::ShortFormat));
+    EXPECT_TRUE(inGrid.contains(QStringLiteral("21:10")) && inGrid.endsWith(QStringLiteral("UTC-07:00"))) << inGrid.toStdString();
+    ASSERT_EQ(window.selectFotos({evening}), 1);
+    ASSERT_TRUE(OrvTest::waitFor([&] { return window.detailsView()->hasMetaData(); }, 20000));
+    const QString inDetails = window.detailsView()->infoText().section(QLatin1Char('\n'), 1, 1);
+    EXPECT_EQ(inDetails, QStringLiteral("Aufgenommen: ") + OrvFotoDate::toDisplayString(taken, QLocale::LongFormat));
+    EXPECT_TRUE(inDetails.endsWith(QStringLiteral("21:10:00 UTC-07:00"))) << inDetails.toStdString();
+
+    // iPhoto keeps clock times without a place: shown as they are, with no zone at all.
+    ASSERT_TRUE(window.openAlbum(QStringLiteral("iphoto"), QStringLiteral("Holiday")));
+    ASSERT_EQ(window.selectFotos({iphotoFoto(2)}), 1);
+    const QDateTime clock = iphoto()->findExternalFoto(iphotoFoto(2)).taken();
+    EXPECT_EQ(OrvFotoDate::toIsoString(clock), clock.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")));
+    const QString iphotoGrid = window.gridModel()->indexForFoto(iphotoFoto(2)).data().toString().section(QLatin1Char('\n'), 1);
+    EXPECT_EQ(iphotoGrid, OrvFotoDate::toDisplayString(clock, QLocale::ShortFormat));
+    ASSERT_TRUE(OrvTest::waitFor([&] { return window.detailsView()->hasMetaData(); }, 20000));
+    const QString iphotoDetails = window.detailsView()->infoText().section(QLatin1Char('\n'), 1, 1);
+    EXPECT_EQ(iphotoDetails, QStringLiteral("Aufgenommen: ") + OrvFotoDate::toDisplayString(clock, QLocale::LongFormat));
+    EXPECT_FALSE(iphotoDetails.contains(QStringLiteral("UTC")) || iphotoGrid.contains(QStringLiteral("UTC")));
 }

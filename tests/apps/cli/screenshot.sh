@@ -14,4 +14,10 @@ for name in link.png old.png pipe.png; do
 done
 test "$(cat "$d/target")" = keep && test "$(cat "$d/out/old.png")" = old || exit 1
 "$program" browse --size 300x300 --screenshot "$d/out/new.png" | grep -q saved \
-    && head -c 4 "$d/out/new.png" | grep -q PNG
+    && head -c 4 "$d/out/new.png" | grep -q PNG || exit 1
+# A dialog over the window: one of the three there are, and only for a screenshot.
+"$program" browse --size 300x300 --dialog nosuch --screenshot "$d/out/odd.png" 2> /dev/null && exit 1
+"$program" browse --size 300x300 --dialog about 2> /dev/null && exit 1
+test ! -e "$d/out/odd.png" || exit 1
+"$program" browse --size 500x400 --dialog about --screenshot "$d/out/about.png" | grep -q saved \
+    && head -c 4 "$d/out/about.png" | grep -q PNG

@@ -138,6 +138,30 @@ TEST(OrvGroupModel, ShowsTheFotosOfTheChosenAlbumSorted)
     EXPECT_EQ(model->index(0).data().toString(), QStringLiteral("b.jpg"));
 }
 
+TEST(OrvGroupModel, AFolderFollowsWhatItsAlbumsReceive)
+{
+    TestDatabase db;
+    const OrvExternalId folder = db.album(QStringLiteral("folder"));
+    const OrvExternalId inner = db.album(QStringLiteral("inner"));
+    const OrvExternalId beside = db.album(QStringLiteral("beside"));
+    emit db.albumAdded(makeAlbum(folder, QStringLiteral("Folder")), QIcon());
+    emit db.albumAdded(makeAlbum(inner, QStringLiteral("Inner"), folder), QIcon());
+    emit db.albumAdded(makeAlbum(beside, QStringLiteral("Beside")), QIcon());
+    OrvGroupModelAbstract* model = db.groupModel();
+    model->setAutoSortColumn(0);
+    model->setAlbum(folder);
+    EXPECT_EQ(model->rowCount(), 0);
+    // Fotos that arrive in an album inside the folder appear in it; elsewhere they do not.
+    QSignalSpy resets(model, &QAbstractItemModel::modelReset);
+    emit db.fotosInserted(OrvExternalFotoList({db.foto(QStringLiteral("/b.jpg")), db.foto(QStringLiteral("/a.jpg"))}), inner);
+    ASSERT_EQ(model->rowCount(), 2);
+    EXPECT_EQ(model->index(0).data().toString(), QStringLiteral("a.jpg"));
+    const int before = int(resets.size());
+    emit db.fotosInserted(OrvExternalFotoList({db.foto(QStringLiteral("/c.jpg"))}), beside);
+    EXPECT_EQ(int(resets.size()), before) << "a change elsewhere leaves the folder alone";
+    EXPECT_EQ(model->rowCount(), 2);
+}
+
 TEST(OrvExternalDatabase, DefaultRetrieverReadsTheLocalFile)
 {
     QTemporaryDir dir;

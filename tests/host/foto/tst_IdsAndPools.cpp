@@ -166,6 +166,55 @@ TEST(OrvExternalDataPool, FotosInSeveralAlbumsAndRemoval)
     EXPECT_TRUE(pool.fotosInAlbum(albumId(QStringLiteral("nothing"))).isEmpty());
 }
 
+TEST(OrvExternalDataPool, AFolderHoldsTheFotosOfItsAlbums)
+{
+    OrvExternalFotoPool fotos;
+    for (const char* key : {"1", "2", "3", "4"})
+        fotos.add(foto(QString::fromLatin1(key)));
+    const auto album = [](const char* key, const OrvExternalIdList& ids, const char* parent) {
+        OrvExternalAlbum made(albumId(QString::fromLatin1(key)), QString::fromLatin1(key), ids, OrvExternalAlbumType::Regular);
+        if (*parent)
+            made.setParentAlbum(albumId(QString::fromLatin1(parent)));
+        return made;
+    };
+    OrvExternalAlbumPool albums;
+    albums.add(album("trips", {}, ""));
+    albums.add(album("lake", {fotoId("2"), fotoId("1"), fotoId("gone")}, "trips"));
+    albums.add(album("summer", {fotoId("4")}, "trips"));
+    albums.add(album("beach", {fotoId("1"), fotoId("3")}, "summer"));
+    albums.add(album("empty", {}, ""));
+    albums.add(album("other", {fotoId("4")}, ""));
+    // Circles a source got wrong are walked once round.
+    albums.add(album("round", {fotoId("1")}, "about"));
+    albums.add(album("about", {fotoId("2")}, "round"));
+    OrvExternalDataPool pool(albums, fotos);
+
+    const auto keys = [&pool](const char* key) {
+        QStringList found;
+        for (const OrvExternalFoto& each : pool.fotosInAlbumTree(albumId(QString::fromLatin1(key))))
+            found.append(each.id().remoteId());
+        return found;
+    };
+    EXPECT_EQ(keys("trips"), (QStringList{"2", "1", "4", "3"})) << "depth first in album order, each foto once";
+    EXPECT_EQ(keys("summer"), (QStringList{"4", "1", "3"}));
+    EXPECT_EQ(keys("lake"), (QStringList{"2", "1"})) << "an album without sub-albums: its own fotos";
+    EXPECT_TRUE(keys("empty").isEmpty());
+    EXPECT_TRUE(keys("nothing").isEmpty());
+    EXPECT_EQ(keys("round"), (QStringList{"1", "2"}));
+
+    EXPECT_EQ(pool.albumTree(albumId("trips")), (OrvExternalIdList{albumId("trips"), albumId("lake"), albumId("summer"), albumId("beach")}));
+    EXPECT_EQ(pool.albumTree(albumId("round")), (OrvExternalIdList{albumId("round"), albumId("about")}));
+    EXPECT_TRUE(pool.albumTree(albumId("nothing")).isEmpty());
+
+    EXPECT_TRUE(pool.isInAlbumTree(albumId("beach"), albumId("trips")));
+    EXPECT_TRUE(pool.isInAlbumTree(albumId("trips"), albumId("trips")));
+    EXPECT_FALSE(pool.isInAlbumTree(albumId("trips"), albumId("beach")));
+    EXPECT_FALSE(pool.isInAlbumTree(albumId("other"), albumId("trips")));
+    EXPECT_FALSE(pool.isInAlbumTree(albumId("round"), albumId("trips")));
+    EXPECT_FALSE(pool.isInAlbumTree(albumId("nothing"), albumId("trips")));
+    EXPECT_FALSE(pool.isInAlbumTree(OrvExternalId(), OrvExternalId()));
+}
+
 TEST(OrvExternalDataPool, ReadersAndWritersOnSeveralThreads)
 {
     OrvExternalDataPool pool;

@@ -52,7 +52,8 @@ QString describe(const OrvExternalAlbum& album)
     for (const OrvExternalId& id : album.fotoIds())
         ids.append(id.toString());
     return album.id().toString() + QLatin1Char('|') + album.name() + QLatin1Char('|') + QString::number(album.type().code())
-        + QLatin1Char('|') + ids.join(QLatin1Char(','));
+        + QLatin1Char('|') + ids.join(QLatin1Char(','))
+        + (album.parentAlbum().isValid() ? QStringLiteral("|in ") + album.parentAlbum().toString() : QString());
 }
 
 QString describe(const OrvExternalFoto& foto)
@@ -97,6 +98,8 @@ public:
             for (const OrvExternalId& person : foto.allPersonsOnThisFoto())
                 persons.addKid(person, foto.id());
         }
+        // Which folders exist is known once every album is read.
+        albums = OrvIPhotoDatabaseParser::placedInFolders(albums);
     }
 
     OrvExternalAlbumPool albums;
@@ -143,6 +146,7 @@ private:
             OrvExternalId id;
             QString name;
             OrvExternalIdList ids;
+            OrvExternalId parent;
             quint32 type = OrvExternalAlbumType::Special;
             forEachKey(child, [&](const QString& key, const QDomElement& value) {
                 if (key == QLatin1String("Album Type")) {
@@ -154,9 +158,12 @@ private:
                         ids.append(buildFotoId(item.text()));
                 } else if (key == QLatin1String("AlbumName")) {
                     name = value.text();
+                } else if (key == QLatin1String("Parent")) {
+                    parent = buildAlbumId(value.text());
                 }
             });
-            const OrvExternalAlbum album(id, name, ids, OrvExternalAlbumType(type));
+            OrvExternalAlbum album(id, name, ids, OrvExternalAlbumType(type));
+            album.setParentAlbum(parent);
             if (album.isValid())
                 albums.add(album);
         }

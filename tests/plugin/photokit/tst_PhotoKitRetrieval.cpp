@@ -184,6 +184,15 @@ TEST_F(PhotoKitRetrievalTest, MetadataIsWhatPhotoKitKnows)
     EXPECT_EQ(data.preferredSize(), QSize(40, 30));
     EXPECT_NEAR(data.geoPosition().latitude(), 47.37, 1e-9);
     EXPECT_TRUE(requests().isEmpty());  // nothing read from the file
+    // Taken where the clock said 09:08: the metadata carries the zone, as the foto does.
+    OrvPhotoKitSim::AssetSpec placed = asset(QStringLiteral("M/3"), QString());
+    placed.creationDate = utc(QStringLiteral("2020-05-06T07:08:09Z"));
+    placed.localCreationDate = utc(QStringLiteral("2020-05-06T09:08:09Z"));
+    library->addAsset(placed);
+    const QDateTime zoned = loader().metaData(fotoId(QStringLiteral("M/3"))).pictureTaken();
+    EXPECT_EQ(zoned, utc(QStringLiteral("2020-05-06T07:08:09Z")));
+    EXPECT_EQ(zoned.offsetFromUtc(), 7200);
+    EXPECT_EQ(zoned.time(), QTime(9, 8, 9));
     library->addAsset(asset(QStringLiteral("M/2"), QString()));
     const OrvFotoMetaData bare = loader().metaData(fotoId(QStringLiteral("M/2")));
     EXPECT_FALSE(bare.pictureTaken().isValid());
