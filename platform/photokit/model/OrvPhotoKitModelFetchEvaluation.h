@@ -1,6 +1,6 @@
 #pragma once
 
-// Fetch evaluation of the simulated library: which objects a fetch yields, by
+// Fetch evaluation of a library model: which objects a fetch yields, by
 // the fetch options (asset source types, predicate, sort descriptors), and the
 // candidates of the fetches that look below the top of the library.
 
@@ -12,10 +12,10 @@
 #include <optional>
 #include <vector>
 
-namespace OrvPhotoKitSim {
+namespace OrvPhotoKitModel {
 
 struct State;
-class SimAssetCollection;
+class ModelAssetCollection;
 
 // The value of a key of an object as fetches read it; invalid when it has none.
 QVariant valueOf(const OrvPhotoKit::ObjectPtr& object, const QString& key);
@@ -36,8 +36,8 @@ inline constexpr quint32 librarySourceTypes = OrvPhotoKit::AssetSourceTypeUserLi
 // Options kept by a fetch's query (the caller's pointer does not outlive the call).
 std::optional<OrvPhotoKit::FetchOptions> copyOptions(const OrvPhotoKit::FetchOptions* options);
 // An album's assets in album order; the favourites smart album holds every favourite.
-std::vector<OrvPhotoKit::ObjectPtr> assetsOfAlbum(const State& state, const SimAssetCollection& album);
+std::vector<OrvPhotoKit::ObjectPtr> assetsOfAlbum(const State& state, const ModelAssetCollection& album);
 // User albums and folders: what lives at the top level or in folders.
 bool isUserCollection(const OrvPhotoKit::ObjectPtr& object);
 
-} // namespace OrvPhotoKitSim
+} // namespace OrvPhotoKitModel

@@ -1,14 +1,14 @@
-#include "OrvPhotoKitSimFetchEvaluation.h"
+#include "OrvPhotoKitModelFetchEvaluation.h"
 
-#include "OrvPhotoKitSimAssetCollection.h"
-#include "OrvPhotoKitSimPredicateEvaluator.h"
-#include "OrvPhotoKitSimState.h"
+#include "OrvPhotoKitModelAssetCollection.h"
+#include "OrvPhotoKitModelPredicateEvaluator.h"
+#include "OrvPhotoKitModelState.h"
 
 #include <algorithm>
 
 using namespace OrvPhotoKit;
 
-namespace OrvPhotoKitSim {
+namespace OrvPhotoKitModel {
 
 QVariant valueOf(const ObjectPtr& object, const QString& key)
 {
@@ -80,7 +80,7 @@ std::vector<ObjectPtr> applyOptions(std::vector<ObjectPtr> candidates, const std
     result.reserve(candidates.size());
     for (ObjectPtr& object : candidates) {
         if (object->kind() == ObjectKind::Asset
-            && (static_cast<const SimAsset&>(*object).spec().sourceType & sourceTypes) == 0)
+            && (static_cast<const ModelAsset&>(*object).sourceType() & sourceTypes) == 0)
             continue;
         if (!predicate.matches(object))
             continue;
@@ -96,7 +96,7 @@ std::optional<FetchOptions> copyOptions(const FetchOptions* options)
     return options ? std::optional<FetchOptions>(*options) : std::nullopt;
 }
 
-std::vector<ObjectPtr> assetsOfAlbum(const State& state, const SimAssetCollection& album)
+std::vector<ObjectPtr> assetsOfAlbum(const State& state, const ModelAssetCollection& album)
 {
     std::vector<ObjectPtr> result;
     if (album.collectionKind() == CollectionKind::SmartAlbum
@@ -118,8 +118,8 @@ bool isUserCollection(const ObjectPtr& object)
 {
     if (object->kind() == ObjectKind::CollectionList)
         return true;
-    const auto* album = dynamic_cast<const SimAssetCollection*>(object.get());
+    const auto* album = dynamic_cast<const ModelAssetCollection*>(object.get());
     return album && album->collectionKind() == CollectionKind::UserAlbum;
 }
 
-} // namespace OrvPhotoKitSim
+} // namespace OrvPhotoKitModel

@@ -1,22 +1,22 @@
 #pragma once
 
-// A PHFetchResult of the simulated library: the objects a query found, and the
-// query itself, so that a change can evaluate it again.
+// A PHFetchResult of a library model: the objects a query found, and the query
+// itself, so that a change can evaluate it again.
 
 #include "OrvPhotoKit.h"
 
 #include <functional>
 #include <vector>
 
-namespace OrvPhotoKitSim {
+namespace OrvPhotoKitModel {
 
 struct State;
 
-class SimFetchResult : public OrvPhotoKit::FetchResult
+class ModelFetchResult : public OrvPhotoKit::FetchResult
 {
 public:
     using Query = std::function<std::vector<OrvPhotoKit::ObjectPtr>(const State&)>;
-    SimFetchResult(Query query, std::vector<OrvPhotoKit::ObjectPtr> objects)
+    ModelFetchResult(Query query, std::vector<OrvPhotoKit::ObjectPtr> objects)
         : myQuery(std::move(query)), myObjects(std::move(objects))
     {
     }
@@ -33,4 +33,4 @@ private:
     std::vector<OrvPhotoKit::ObjectPtr> myObjects;
 };
 
-} // namespace OrvPhotoKitSim
+} // namespace OrvPhotoKitModel

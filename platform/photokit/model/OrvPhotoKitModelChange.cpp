@@ -1,24 +1,24 @@
-#include "OrvPhotoKitSimChange.h"
+#include "OrvPhotoKitModelChange.h"
 
-#include "OrvPhotoKitSimChangeDetails.h"
-#include "OrvPhotoKitSimFetchResult.h"
-#include "OrvPhotoKitSimState.h"
+#include "OrvPhotoKitModelChangeDetails.h"
+#include "OrvPhotoKitModelFetchResult.h"
+#include "OrvPhotoKitModelState.h"
 
 #include <QHash>
 #include <QSet>
 
 using namespace OrvPhotoKit;
 
-namespace OrvPhotoKitSim {
+namespace OrvPhotoKitModel {
 
-SimChange::SimChange(std::shared_ptr<const State> after, bool incremental)
+ModelChange::ModelChange(std::shared_ptr<const State> after, bool incremental)
     : myAfter(std::move(after)), myIncremental(incremental)
 {
 }
 
-FetchResultChangeDetailsPtr SimChange::changeDetailsForFetchResult(const FetchResultPtr& fetchResult) const
+FetchResultChangeDetailsPtr ModelChange::changeDetailsForFetchResult(const FetchResultPtr& fetchResult) const
 {
-    const auto* result = dynamic_cast<const SimFetchResult*>(fetchResult.get());
+    const auto* result = dynamic_cast<const ModelFetchResult*>(fetchResult.get());
     if (!result)
         return {};
     {
@@ -33,7 +33,7 @@ FetchResultChangeDetailsPtr SimChange::changeDetailsForFetchResult(const FetchRe
     return myDetails.emplace(result, details).first->second;
 }
 
-FetchResultChangeDetailsPtr SimChange::diff(const FetchResultPtr& fetchResult, const SimFetchResult& result) const
+FetchResultChangeDetailsPtr ModelChange::diff(const FetchResultPtr& fetchResult, const ModelFetchResult& result) const
 {
     std::vector<ObjectPtr> afterObjects = result.query()(*myAfter);
     const std::vector<ObjectPtr>& beforeObjects = result.objects();
@@ -65,9 +65,9 @@ FetchResultChangeDetailsPtr SimChange::diff(const FetchResultPtr& fetchResult, c
     }
     if (removed.empty() && inserted.empty() && changed.empty() && sameOrder)
         return {};
-    auto details = std::make_shared<SimChangeDetails>();
+    auto details = std::make_shared<ModelChangeDetails>();
     details->before = fetchResult;
-    details->after = std::make_shared<SimFetchResult>(result.query(), std::move(afterObjects));
+    details->after = std::make_shared<ModelFetchResult>(result.query(), std::move(afterObjects));
     details->incremental = myIncremental;
     if (!myIncremental) {
         removed.clear();
@@ -80,4 +80,4 @@ FetchResultChangeDetailsPtr SimChange::diff(const FetchResultPtr& fetchResult, c
     return details;
 }
 
-} // namespace OrvPhotoKitSim
+} // namespace OrvPhotoKitModel
