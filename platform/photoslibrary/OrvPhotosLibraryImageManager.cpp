@@ -1,6 +1,7 @@
 #include "OrvPhotosLibraryImageManager.h"
 
 #include "OrvImageIO.h"
+#include "OrvMediaLoader.h"
 #include "OrvPhotoKitModelImageSize.h"
 #include "OrvPhotosLibraryFiles.h"
 #include "OrvPhotosLibraryPackage.h"
@@ -48,6 +49,14 @@ void onWorker(std::function<std::function<void()>()> work)
             },
             Qt::QueuedConnection);
     });
+}
+
+// A JPEG whose scan does not end (no end marker after its last scan) was cut short:
+// inside a scan a marker byte is always escaped, so the end marker is the file's own.
+bool isCutShortJpeg(const QByteArray& bytes)
+{
+    const qsizetype scan = bytes.lastIndexOf(QByteArray("\xFF\xDA", 2));
+    return scan < 0 || bytes.indexOf(QByteArray("\xFF\xD9", 2), scan) < 0;
 }
 
 // The image at path, upright, no larger than needed (when valid).
@@ -180,6 +189,10 @@ ImageManager::Data ImageManager::data(const AssetPtr& requested, int requestId)
     const std::optional<OrvImageIO::Properties> properties = source ? source->copyPropertiesAtIndex(0, options) : std::nullopt;
     if (!properties)
         return {{}, {}, 1, failure(requestId, QStringLiteral("no image data"), path)};
+    if (qint64(properties->pixelWidth) * properties->pixelHeight > OrvMediaLoader::maxPixels)
+        return {{}, {}, 1, failure(requestId, QStringLiteral("declares more pixels than any photo has"), path)};
+    if (source->type() == QLatin1String("public.jpeg") && isCutShortJpeg(bytes))
+        return {{}, {}, 1, failure(requestId, QStringLiteral("the file is cut short"), path)};
     return {bytes, source->type(), properties->orientation,
             QVariantMap{{ImageResultRequestIDKey, requestId}, {ImageResultIsDegradedKey, false}}};
 }
