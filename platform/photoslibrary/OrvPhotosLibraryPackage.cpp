@@ -169,6 +169,7 @@ void Package::refresh()
         }
         next->keepUnchanged(reader, myCatalogue);
         token = History::token(snapshot->db(), *schema);
+        ++myFullReads;
     }
     tell(problems);
     {

@@ -37,6 +37,9 @@ public:
     // Looks at the package now, as the watcher does after Photos wrote, and
     // returns once observers have been told of what changed.
     void refreshNow();
+    // How often a change had to be worked out by reading the whole library
+    // (no history to follow); the other changes cost what they touched.
+    int fullReads() const { return myFullReads.load(); }
     // The asset as the library shows it now (an edit since a fetch shows); null when it is gone.
     std::shared_ptr<const Asset> currentAsset(const QString& localIdentifier) const;
     // Where the asset's files are, as the database says now.
@@ -68,6 +71,7 @@ private:
     std::optional<qint64> myToken;
     QSet<QString> myTold;
     std::atomic<bool> myRefreshPending{false};
+    std::atomic<int> myFullReads{0};
     OrvPhotoKit::ImageManagerPtr myImageManager;
     std::unique_ptr<Watcher> myWatcher;
 };

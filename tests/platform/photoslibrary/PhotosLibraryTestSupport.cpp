@@ -63,6 +63,11 @@ bool sql(const QString& database, const QString& statements)
         sqlite3_close(db);
         return false;
     }
+    // Photos' triggers call functions that Core Data provides in Photos' own process.
+    const auto nothing = [](sqlite3_context* context, int, sqlite3_value**) { sqlite3_result_null(context); };
+    for (const char* function : {"NSCoreDataDATriggerInsertUpdatedAffectedObjectValue", "NSCoreDataDATriggerUpdatedAffectedObjectValue",
+                                 "NSCoreDataTriggerUpdateAffectedObjectValue"})
+        sqlite3_create_function_v2(db, function, -1, SQLITE_UTF8, nullptr, nothing, nullptr, nullptr, nullptr);
     char* message = nullptr;
     const bool ok = sqlite3_exec(db, statements.toUtf8().constData(), nullptr, nullptr, &message) == SQLITE_OK;
     if (!ok)

@@ -15,6 +15,10 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <ostream>
+
+// Readable lists in failure messages.
+inline void PrintTo(const QStringList& list, std::ostream* os) { *os << '[' << list.join(QStringLiteral(", ")).toStdString() << ']'; }
 
 namespace OrvPhotosLibrary {
 class Package;
