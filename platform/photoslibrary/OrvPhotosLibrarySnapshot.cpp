@@ -1,5 +1,6 @@
 #include "OrvPhotosLibrarySnapshot.h"
 
+#include "OrvPhotosLibraryPrivateIndex.h"
 #include "OrvPhotosLibraryWal.h"
 #include "OrvUserFile.h"
 
@@ -270,8 +271,12 @@ bool Snapshot::copy(const Snapshot* previous, QString* error)
 bool Snapshot::open(const QString& path, QString* error)
 {
     const QByteArray uri = QUrl::fromLocalFile(path).toEncoded() + "?mode=ro";
-    if (sqlite3_open_v2(uri.constData(), &myDb, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_FULLMUTEX, nullptr)
-        != SQLITE_OK) {
+    const char* vfs = PrivateIndex::vfsName();
+    if (!vfs) {
+        *error = QStringLiteral("SQLite offers no file system to read the database with");
+        return false;
+    }
+    if (sqlite3_open_v2(uri.constData(), &myDb, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_FULLMUTEX, vfs) != SQLITE_OK) {
         *error = QStringLiteral("database/Photos.sqlite cannot be opened: ") + QString::fromUtf8(sqlite3_errmsg(myDb));
         sqlite3_close_v2(myDb);
         myDb = nullptr;

@@ -55,7 +55,7 @@ PackageCopy::PackageCopy(const QString& from, const QStringList& only)
     QDir().mkpath(myPath + QStringLiteral("/database"));
 }
 
-bool sql(const QString& database, const QString& statements)
+bool sql(const QString& database, const QString& statements, bool keepLog)
 {
     sqlite3* db = nullptr;
     if (sqlite3_open_v2(QFile::encodeName(database).constData(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
@@ -68,6 +68,8 @@ bool sql(const QString& database, const QString& statements)
     for (const char* function : {"NSCoreDataDATriggerInsertUpdatedAffectedObjectValue", "NSCoreDataDATriggerUpdatedAffectedObjectValue",
                                  "NSCoreDataTriggerUpdateAffectedObjectValue"})
         sqlite3_create_function_v2(db, function, -1, SQLITE_UTF8, nullptr, nothing, nullptr, nullptr, nullptr);
+    if (keepLog)
+        sqlite3_db_config(db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     char* message = nullptr;
     const bool ok = sqlite3_exec(db, statements.toUtf8().constData(), nullptr, nullptr, &message) == SQLITE_OK;
     if (!ok)
@@ -77,7 +79,10 @@ bool sql(const QString& database, const QString& statements)
     return ok;
 }
 
-bool PackageCopy::sql(const QString& statements) const { return PhotosLibraryTest::sql(database(), statements); }
+bool PackageCopy::sql(const QString& statements, bool keepLog) const
+{
+    return PhotosLibraryTest::sql(database(), statements, keepLog);
+}
 
 QString PackageCopy::value(const QString& query) const
 {

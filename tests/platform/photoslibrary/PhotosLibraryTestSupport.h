@@ -43,7 +43,8 @@ public:
     QString database() const { return myPath + QStringLiteral("/database/Photos.sqlite"); }
     QString file(const QString& relative) const { return myPath + QLatin1Char('/') + relative; }
     // Runs statements on the copy's database as Photos would (read-write, WAL); false and a failure when one fails.
-    bool sql(const QString& statements) const;
+    // Photos keeps the database open, so what it commits stays in the log: with keepLog, so here.
+    bool sql(const QString& statements, bool keepLog = false) const;
     // The first value of a query on the copy's database.
     QString value(const QString& query) const;
 
@@ -53,7 +54,7 @@ private:
 };
 
 // Runs statements on the database at path; false and a gtest failure when one fails.
-bool sql(const QString& database, const QString& statements);
+bool sql(const QString& database, const QString& statements, bool keepLog = false);
 
 std::shared_ptr<OrvPhotosLibrary::Package> open(const QString& path, QString* error = nullptr);
 

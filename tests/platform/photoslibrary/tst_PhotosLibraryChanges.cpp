@@ -107,7 +107,7 @@ protected:
                            .arg(entity)
                            .arg(key);
         }
-        ASSERT_TRUE(copy->sql(sql + QStringLiteral("COMMIT;")));
+        ASSERT_TRUE(copy->sql(sql + QStringLiteral("COMMIT;"), true));
     }
     // The change the watcher delivers once Photos stopped writing.
     ChangePtr awaitChange(int count = 1)
