@@ -7,6 +7,7 @@
 #include "OrvUserFile.h"
 #include "sim/OrvMediaLibrarySimBackend.h"
 #include "OrvImageIOQt.h"
+#include "OrvPhotosLibraryChoice.h"
 #include "sim/OrvImageCaptureSim.h"
 #include "sim/OrvPhotoKitSimLibrary.h"
 #ifdef ORV_HAVE_GPHOTO2
@@ -42,8 +43,10 @@ void printUsage()
              "  --os SYSTEM:VERSION    pretend to run on another system, e.g. macos:14.0 or macos:10.14.6\n"
              "  --verbose              show the sources' debug lines\n"
              "  --foto-list PATH       foto list file exported by another program\n"
-             "  --photos-library FILE  simulated Photos library description (JSON, see platform/sim/README.md);\n"
-             "                         the PhotoKit source shows it (needs --os macos:10.15 or later); access is\n"
+             "  --photos-library PATH  the Photos library the PhotoKit source shows (needs --os macos:10.15 or later):\n"
+             "                         a .photoslibrary folder, read as Photos wrote it and never changed (default:\n"
+             "                         ~/Pictures/Photos Library.photoslibrary when there is one), or a simulated\n"
+             "                         library's description (JSON, see platform/sim/README.md), where access is\n"
              "                         granted unless the description's \"authorization\" says otherwise\n"
              "                         (before macOS 10.15 the MediaLibrary source \"applephotos\" shows it)\n"
              "  --images-only          the host wants photos only: sources leave movies out\n"
@@ -129,6 +132,7 @@ int main(int argc, char** argv)
     QString language = QLocale::system().language() == QLocale::German ? QStringLiteral("de") : QStringLiteral("en");
     bool simulatedDevices = false;
     QList<QPair<QString, QString>> cameras;
+    QString photosLibrary;
     while (!arguments.isEmpty() && arguments.first().startsWith(QLatin1String("--"))) {
         const QString option = arguments.takeFirst();
         if (option == QLatin1String("--help")) {
@@ -171,19 +175,7 @@ int main(int argc, char** argv)
             }
             language = value;
         } else if (option == QLatin1String("--photos-library")) {
-            // The PhotoKit backend of this build reads the library named here when first asked.
-            OrvUserFile::Status status = OrvUserFile::NotOpened;
-            const QByteArray description = OrvUserFile::readAll(value, OrvUserFile::LibraryDescription, &status);
-            if (status != OrvUserFile::Ok) {
-                err() << "orv-photos: cannot read " << value << ": "
-                      << OrvUserFile::describe(status, OrvUserFile::LibraryDescription) << "\n";
-                return 1;
-            }
-            if (!QJsonDocument::fromJson(description).isObject()) {
-                err() << "orv-photos: " << value << " is no Photos library description\n";
-                return 1;
-            }
-            qputenv("ORV_PHOTOS_LIBRARY", QFileInfo(value).absoluteFilePath().toLocal8Bit());
+            photosLibrary = value;
         } else if (option == QLatin1String("--devices")) {
             // The simulated devices of this file take the place of the connected ones.
             QList<OrvImageCaptureSim::DeviceSpec> devices;
@@ -226,8 +218,13 @@ int main(int argc, char** argv)
     if (verbose && qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
         QLoggingCategory::setFilterRules(QString());
     OrvSingleton<OrvProgramConfig>::instance()->setProgramID(programId);
-    // The plug-in runs on the simulated frameworks here (--photos-library).
-    OrvPhotoKitSim::install();
+    // PhotoKit: a library package, a simulated library, or the user's own library (--photos-library).
+    QString photosLibraryMessage;
+    const bool photosLibraryChosen = OrvPhotosLibraryChoice::install(photosLibrary, &photosLibraryMessage);
+    if (!photosLibraryMessage.isEmpty())
+        err() << "orv-photos: " << photosLibraryMessage << "\n";
+    if (!photosLibraryChosen)
+        return 1;
     OrvMediaLibrarySim::install();
     OrvImageIOQt::install();
     // Cameras: the simulated ones (--devices), else the connected ones through libgphoto2.
