@@ -57,6 +57,8 @@ std::shared_ptr<Package> Package::open(const QString& path, QString* error)
         if (const std::shared_ptr<Package> alive = weak.lock())
             alive->scheduleRefresh();
     });
+    // What was written between the snapshot and the watch: one look tells.
+    package->scheduleRefresh();
     return package;
 }
 

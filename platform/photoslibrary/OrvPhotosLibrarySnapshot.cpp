@@ -12,6 +12,8 @@
 #include <QUrl>
 
 #include <sqlite3.h>
+#include <cerrno>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -72,7 +74,37 @@ bool allZero(const char* data, qint64 size)
     return std::all_of(data, data + size, [](char c) { return c == 0; });
 }
 
-enum class Copied { Ok, SourceFailed, DestinationFailed };
+enum class Copied { Ok, SourceFailed, DestinationFailed, NotInKernel };
+
+#ifdef __linux__
+// The file's stretches of data copied by the kernel, holes left as holes:
+// no byte passes through this process. NotInKernel where the file systems
+// cannot (the caller then copies by reading).
+Copied copyInKernel(int in, qint64 size, QFile& out)
+{
+    const int to = out.handle();
+    for (off_t data = 0; data < size;) {
+        data = ::lseek(in, data, SEEK_DATA);
+        if (data < 0)
+            return errno == ENXIO ? Copied::Ok : Copied::NotInKernel;  // ENXIO: only a hole is left
+        off_t hole = ::lseek(in, data, SEEK_HOLE);
+        if (hole < 0)
+            return Copied::NotInKernel;
+        hole = std::min<off_t>(hole, size);
+        for (off64_t from = data, into = data; from < hole;) {
+            const ssize_t copied = ::copy_file_range(in, &from, to, &into, size_t(hole - from), 0);
+            if (copied < 0)
+                return from == data && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)
+                    ? Copied::NotInKernel
+                    : Copied::DestinationFailed;
+            if (copied == 0)
+                return Copied::SourceFailed;  // shorter than it was when opened
+        }
+        data = hole;
+    }
+    return Copied::Ok;
+}
+#endif
 
 // The file's bytes into a new file at to; runs of zeros become holes, so a
 // sparse database stays sparse. Reads through OrvUserFile: never a pipe, a
@@ -89,6 +121,15 @@ Copied copyFile(const QString& from, const QString& to, QString* error)
         *error = QStringLiteral("cannot copy the database into %1: %2").arg(QDir::toNativeSeparators(to), out.errorString());
         return Copied::DestinationFailed;
     }
+#ifdef __linux__
+    const Copied inKernel = copyInKernel(in.handle(), in.size(), out);
+    if (inKernel == Copied::Ok && out.resize(in.size()))
+        return Copied::Ok;
+    if (inKernel != Copied::NotInKernel) {
+        *error = QStringLiteral("cannot copy the database into %1").arg(QDir::toNativeSeparators(to));
+        return inKernel == Copied::SourceFailed ? Copied::SourceFailed : Copied::DestinationFailed;
+    }
+#endif
     std::vector<char> buffer(static_cast<size_t>(copyChunk));
     qint64 offset = 0;
     while (offset < in.size()) {
@@ -258,8 +299,9 @@ bool Snapshot::copy(const Snapshot* previous, QString* error)
         // (new header) or a database written meanwhile does.
         if (before == after && headerBefore == logHeader(log) && logBefore.inode == logAfter.inode
             && logAfter.size >= logLength) {
+            // The log as it was before the copy: one that grew meanwhile is not current.
             myDatabase = after;
-            myLog = logAfter;
+            myLog = logBefore;
             return open(copiedDatabase, error);
         }
     }

@@ -31,7 +31,7 @@ int elapsedMs(Clock::time_point since)
 
 Watcher::State::~State()
 {
-    for (int fd : wake) {
+    for (int fd : {wake[0], wake[1], notify}) {
         if (fd >= 0)
             ::close(fd);
     }
@@ -47,7 +47,18 @@ Watcher::Watcher(const QString& databasePath, std::function<void()> changed) : m
         ::fcntl(myState->wake[0], F_SETFD, FD_CLOEXEC);
         ::fcntl(myState->wake[1], F_SETFD, FD_CLOEXEC);
     }
-    myThread = std::thread(&Watcher::run, myState);
+#ifdef __linux__
+    myState->notify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (myState->notify >= 0
+        && inotify_add_watch(myState->notify, QFile::encodeName(QFileInfo(databasePath).absolutePath()).constData(),
+                             IN_MODIFY | IN_CLOSE_WRITE | IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB)
+            < 0) {
+        ::close(myState->notify);
+        myState->notify = -1;
+    }
+#endif
+    myThread = std::thread(&Watcher::run, myState, Snapshot::FileStamp::of(databasePath),
+                           Snapshot::FileStamp::of(databasePath + QStringLiteral("-wal")));
 }
 
 Watcher::~Watcher()
@@ -62,24 +73,12 @@ Watcher::~Watcher()
         myThread.join();
 }
 
-void Watcher::run(const std::shared_ptr<State>& state)
+void Watcher::run(const std::shared_ptr<State>& state, Snapshot::FileStamp database, Snapshot::FileStamp log)
 {
     const QString databasePath = state->databasePath;
     const QString logPath = databasePath + QStringLiteral("-wal");
     const QByteArray databaseName = QFile::encodeName(QFileInfo(databasePath).fileName());
-    int notify = -1;
-#ifdef __linux__
-    notify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (notify >= 0
-        && inotify_add_watch(notify, QFile::encodeName(QFileInfo(databasePath).absolutePath()).constData(),
-                             IN_MODIFY | IN_CLOSE_WRITE | IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB)
-            < 0) {
-        ::close(notify);
-        notify = -1;
-    }
-#endif
-    Snapshot::FileStamp database = Snapshot::FileStamp::of(databasePath);
-    Snapshot::FileStamp log = Snapshot::FileStamp::of(logPath);
+    const int notify = state->notify;
     bool pending = false;
     Clock::time_point first;
     Clock::time_point last;
@@ -92,7 +91,7 @@ void Watcher::run(const std::shared_ptr<State>& state)
         const int ready = ::poll(fds, notify >= 0 ? 2 : 1, std::max(0, timeout));
         if (ready < 0 && errno != EINTR)
             break;
-        if (state->wake[0] < 0 || (fds[0].revents & (POLLIN | POLLHUP)) != 0)
+        if (state->wake[0] < 0 || (fds[0].revents & (POLLIN | POLLHUP | POLLNVAL)) != 0)
             break;
         bool touched = false;
 #ifdef __linux__
@@ -131,8 +130,6 @@ void Watcher::run(const std::shared_ptr<State>& state)
             state->changed();
         }
     }
-    if (notify >= 0)
-        ::close(notify);
 }
 
 } // namespace OrvPhotosLibrary

@@ -8,6 +8,8 @@
 // also looked at every second. Only the database and its log count: the
 // shared-memory index changes with every read of Photos itself.
 
+#include "OrvPhotosLibrarySnapshot.h"
+
 #include <QString>
 
 #include <functional>
@@ -24,6 +26,7 @@ public:
     static constexpr int longestBurstMs = 800;
     static constexpr int pollMs = 1000;
 
+    // Watching has begun when this returns: whatever is written from then on is seen.
     Watcher(const QString& databasePath, std::function<void()> changed);
     // May run on the watcher's own thread (when changed dropped the last owner):
     // the thread then ends on its own once changed returns.
@@ -38,9 +41,10 @@ private:
         QString databasePath;
         std::function<void()> changed;
         int wake[2] = {-1, -1};
+        int notify = -1;
         ~State();
     };
-    static void run(const std::shared_ptr<State>& state);
+    static void run(const std::shared_ptr<State>& state, Snapshot::FileStamp database, Snapshot::FileStamp log);
 
     std::shared_ptr<State> myState;
     std::thread myThread;

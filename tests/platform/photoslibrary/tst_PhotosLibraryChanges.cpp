@@ -117,7 +117,12 @@ protected:
     }
     void expectSource()
     {
-        EXPECT_EQ(package->fullReads(), GetParam() == Source::History ? 0 : observer->count());
+        // Following the history never reads the whole library; comparing does, once a look at least.
+        if (GetParam() == Source::History) {
+            EXPECT_EQ(package->fullReads(), 0);
+        } else {
+            EXPECT_GE(package->fullReads(), observer->count());
+        }
         EXPECT_TRUE(observer->offMain());
     }
 
