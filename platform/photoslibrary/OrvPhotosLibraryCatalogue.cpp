@@ -61,6 +61,14 @@ const Asset& libraryAsset(const std::shared_ptr<const OrvPhotoKitModel::ModelAss
 
 Catalogue::Catalogue() : myState(std::make_shared<State>()) {}
 
+const Asset* Catalogue::assetOfKey(qint64 key) const
+{
+    const auto& assets = myState->assets;
+    const auto it = std::lower_bound(assets.cbegin(), assets.cend(), key,
+                                     [](const auto& asset, qint64 wanted) { return libraryAsset(asset).primaryKey() < wanted; });
+    return it != assets.cend() && libraryAsset(*it).primaryKey() == key ? &libraryAsset(*it) : nullptr;
+}
+
 qint64 Catalogue::primaryKeyOf(const QString& localIdentifier) const
 {
     const auto asset = myState->asset(localIdentifier);
@@ -75,7 +83,6 @@ std::optional<Catalogue> Catalogue::read(Reader& reader, const QString& storeUui
     for (auto& asset : reader.assets()) {
         if (state.assetIndex.contains(asset->localIdentifier()))
             continue;  // a second row with an identifier seen before
-        catalogue.myAssetIds.insert(asset->primaryKey(), asset->localIdentifier());
         state.assetIndex.insert(asset->localIdentifier(), qsizetype(state.assets.size()));
         state.assets.push_back(std::move(asset));
     }
@@ -93,6 +100,7 @@ std::optional<Catalogue> Catalogue::updated(Reader& reader, const Touched& touch
 {
     Catalogue next = *this;
     next.myState = std::make_shared<State>(*myState);
+    next.myTouched.clear();
     State& state = *next.myState;
 
     // Assets: read again, added, replaced where they changed, or gone.
@@ -104,37 +112,40 @@ std::optional<Catalogue> Catalogue::updated(Reader& reader, const Touched& touch
         if (!fresh.contains(key))
             gone.insert(key);  // deleted, hidden or put in the trash
     }
+    // Assets that came are appended (new rows have the highest keys); anything else sorts again.
     bool reorder = false;
+    QSet<QString> stale;
+    for (qint64 key : std::as_const(gone)) {
+        if (const Asset* known = assetOfKey(key))
+            next.myTouched.insert(known->localIdentifier());
+    }
     for (auto it = fresh.cbegin(); it != fresh.cend(); ++it) {
         const QString id = it.value()->localIdentifier();
-        const QString known = next.myAssetIds.value(it.key());
-        if (!known.isEmpty() && known != id)
-            gone.insert(it.key());
+        next.myTouched.insert(id);
+        const Asset* known = assetOfKey(it.key());
+        if (known && known->localIdentifier() != id) {
+            stale.insert(known->localIdentifier());
+            next.myTouched.insert(known->localIdentifier());
+        }
         const auto at = state.assetIndex.constFind(id);
         if (at != state.assetIndex.cend()) {
             if (!libraryAsset(state.assets[size_t(*at)]).sameAs(*it.value()))
                 state.assets[size_t(*at)] = it.value();
         } else {
+            reorder = reorder || (!state.assets.empty() && libraryAsset(state.assets.back()).primaryKey() > it.key());
             state.assetIndex.insert(id, qsizetype(state.assets.size()));
             state.assets.push_back(it.value());
-            next.myAssetIds.insert(it.key(), id);
-            reorder = true;
         }
     }
-    if (!gone.isEmpty()) {
+    if (!gone.isEmpty() || !stale.isEmpty()) {
         const auto end = std::remove_if(state.assets.begin(), state.assets.end(), [&](const auto& asset) {
             const qint64 key = libraryAsset(asset).primaryKey();
-            return gone.contains(key) && !fresh.contains(key);
+            return (gone.contains(key) && !fresh.contains(key)) || stale.contains(asset->localIdentifier());
         });
         reorder = reorder || end != state.assets.end();
         state.assets.erase(end, state.assets.end());
-        for (qint64 key : std::as_const(gone)) {
-            if (!fresh.contains(key))
-                next.myAssetIds.remove(key);
-        }
     }
     if (reorder) {
-        // Library order is the order the assets came in.
         std::stable_sort(state.assets.begin(), state.assets.end(), [](const auto& a, const auto& b) {
             return libraryAsset(a).primaryKey() < libraryAsset(b).primaryKey();
         });
@@ -294,9 +305,8 @@ void Catalogue::setMembers(qint64 album, const QString& id, const State* previou
     const QList<qint64> members = myMembers.value(album);
     ids.reserve(members.size());
     for (qint64 key : members) {
-        const auto it = myAssetIds.constFind(key);
-        if (it != myAssetIds.cend())
-            ids.append(*it);
+        if (const Asset* asset = assetOfKey(key))
+            ids.append(asset->localIdentifier());
     }
     myState->albumAssets.insert(id, ids);
 }
@@ -304,10 +314,17 @@ void Catalogue::setMembers(qint64 album, const QString& id, const State* previou
 void Catalogue::keepUnchanged(Reader& reader, const Catalogue& old)
 {
     State& state = *myState;
+    myTouched.clear();
     for (auto& asset : state.assets) {
         const auto before = old.myState->asset(asset->localIdentifier());
         if (before && libraryAsset(before).sameAs(libraryAsset(asset)))
             asset = before;
+        else
+            myTouched.insert(asset->localIdentifier());
+    }
+    for (const auto& asset : old.myState->assets) {
+        if (!state.assetIndex.contains(asset->localIdentifier()))
+            myTouched.insert(asset->localIdentifier());
     }
     buildCollections(reader, old.myState.get(), nullptr);
 }

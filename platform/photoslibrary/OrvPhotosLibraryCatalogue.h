@@ -46,7 +46,11 @@ public:
     // Whether observers would see any difference from old.
     bool differsFrom(const Catalogue& old) const;
 
-    std::shared_ptr<const OrvPhotoKitModel::State> state() const { return myState; }
+    // This version, to publish (never changed afterwards: a new version is a copy).
+    std::shared_ptr<OrvPhotoKitModel::State> state() const { return myState; }
+    // The local identifiers of the assets added, changed or removed since the
+    // version this one was made from (updated or compared).
+    const QSet<QString>& touchedAssets() const { return myTouched; }
     // The asset's row key; 0 when the library does not show it.
     qint64 primaryKeyOf(const QString& localIdentifier) const;
 
@@ -57,12 +61,15 @@ private:
     void buildCollections(Reader& reader, const OrvPhotoKitModel::State* previous, const QSet<qint64>* fresh);
     void setMembers(qint64 album, const QString& id, const OrvPhotoKitModel::State* previous, const QSet<qint64>* fresh);
 
+    // The asset of a row key: the library's assets are kept in the order of their keys.
+    const Asset* assetOfKey(qint64 key) const;
+
     std::shared_ptr<OrvPhotoKitModel::State> myState;
-    QHash<qint64, QString> myAssetIds;          // row key -> local identifier
     QHash<qint64, AlbumRow> myAlbums;           // row key -> row
     QList<qint64> myAlbumOrder;                 // row keys in sibling order
     QHash<qint64, QList<qint64>> myMembers;     // album row key -> asset row keys, in album order
     QString myFavoritesId;
+    QSet<QString> myTouched;
 };
 
 } // namespace OrvPhotosLibrary

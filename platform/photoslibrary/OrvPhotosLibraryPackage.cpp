@@ -182,7 +182,7 @@ void Package::refresh()
     const bool changed = next->differsFrom(myCatalogue);
     myCatalogue = std::move(*next);
     if (changed)
-        publish(myCatalogue.state(), true);
+        publish(myCatalogue.state(), true, &myCatalogue.touchedAssets());
 }
 
 void Package::tell(const Reader::Problems& problems)

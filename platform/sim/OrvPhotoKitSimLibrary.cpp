@@ -82,7 +82,7 @@ void Library::commit(bool incremental)
     std::lock_guard<std::mutex> lock(myMutex);
     if (!myPending)
         return;
-    std::shared_ptr<const State> after = std::move(myPending);
+    std::shared_ptr<State> after = std::move(myPending);
     myPending.reset();
     publish(std::move(after), incremental);
 }

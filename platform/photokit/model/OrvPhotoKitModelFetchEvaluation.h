@@ -9,6 +9,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -23,6 +24,9 @@ QVariant valueOf(const OrvPhotoKit::ObjectPtr& object, const QString& key);
 int compareValues(const QVariant& a, const QVariant& b);
 // Stable sort by the descriptors, in their order.
 void sortObjects(std::vector<OrvPhotoKit::ObjectPtr>& objects, const OrvPhotoKit::SortDescriptors& descriptors);
+// Whether fetch options take an object: the asset source types, the predicate.
+std::function<bool(const OrvPhotoKit::ObjectPtr&)> optionFilter(const std::optional<OrvPhotoKit::FetchOptions>& options,
+                                                                quint32 defaultSourceTypes);
 // Fetch options applied to candidates. Asset fetches over the whole library leave
 // out shared-album assets unless asked for; other fetches take all source types.
 std::vector<OrvPhotoKit::ObjectPtr> applyOptions(std::vector<OrvPhotoKit::ObjectPtr> candidates,
@@ -37,6 +41,7 @@ inline constexpr quint32 librarySourceTypes = OrvPhotoKit::AssetSourceTypeUserLi
 std::optional<OrvPhotoKit::FetchOptions> copyOptions(const OrvPhotoKit::FetchOptions* options);
 // An album's assets in album order; the favourites smart album holds every favourite.
 std::vector<OrvPhotoKit::ObjectPtr> assetsOfAlbum(const State& state, const ModelAssetCollection& album);
+bool isFavoritesAlbum(const ModelAssetCollection& album);
 // User albums and folders: what lives at the top level or in folders.
 bool isUserCollection(const OrvPhotoKit::ObjectPtr& object);
 

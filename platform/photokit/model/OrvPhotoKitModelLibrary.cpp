@@ -58,17 +58,19 @@ void ModelLibrary::unregisterChangeObserver(const PhotoLibraryChangeObserver* ob
                       myObservers.end());
 }
 
-void ModelLibrary::publish(std::shared_ptr<const State> after, bool incremental)
+void ModelLibrary::publish(std::shared_ptr<State> after, bool incremental, const QSet<QString>* touchedAssets)
 {
     std::vector<std::weak_ptr<PhotoLibraryChangeObserver>> observers;
     {
         std::lock_guard<std::mutex> lock(myMutex);
+        after->version = ++myVersion;
         myState = after;
         observers = myObservers;
     }
     if (observers.empty())
         return;
-    const ChangePtr change = std::make_shared<ModelChange>(std::move(after), incremental);
+    const ChangePtr change = std::make_shared<ModelChange>(
+        std::move(after), incremental, touchedAssets ? std::optional<QSet<QString>>(*touchedAssets) : std::nullopt);
     for (const auto& observer : observers) {
         myQueue.post([observer, change] {
             if (const auto locked = observer.lock())
@@ -77,18 +79,21 @@ void ModelLibrary::publish(std::shared_ptr<const State> after, bool incremental)
     }
 }
 
-FetchResultPtr ModelLibrary::fetch(Query query)
+FetchResultPtr ModelLibrary::fetch(Query query, std::optional<Selection> selection)
 {
     const std::shared_ptr<const State> current = state();
     std::vector<ObjectPtr> objects = query(*current);
-    return std::make_shared<ModelFetchResult>(std::move(query), std::move(objects));
+    return std::make_shared<ModelFetchResult>(std::move(query), std::move(objects), current->version, std::move(selection));
 }
 
 FetchResultPtr ModelLibrary::fetchAssetsWithOptions(const FetchOptions* options)
 {
-    return fetch([options = copyOptions(options)](const State& state) {
-        return applyOptions(std::vector<ObjectPtr>(state.assets.begin(), state.assets.end()), options, librarySourceTypes);
-    });
+    const std::optional<FetchOptions> copied = copyOptions(options);
+    return fetch(
+        [copied](const State& state) {
+            return applyOptions(std::vector<ObjectPtr>(state.assets.begin(), state.assets.end()), copied, librarySourceTypes);
+        },
+        Selection{optionFilter(copied, librarySourceTypes), copied ? copied->sortDescriptors : SortDescriptors()});
 }
 
 FetchResultPtr ModelLibrary::fetchAssetsWithLocalIdentifiers(const QStringList& identifiers, const FetchOptions* options)
@@ -106,10 +111,23 @@ FetchResultPtr ModelLibrary::fetchAssetsWithLocalIdentifiers(const QStringList& 
 FetchResultPtr ModelLibrary::fetchAssetsInAssetCollection(const AssetCollectionPtr& collection, const FetchOptions* options)
 {
     const QString id = collection ? collection->localIdentifier() : QString();
-    return fetch([id, options = copyOptions(options)](const State& state) {
-        const auto* album = dynamic_cast<const ModelAssetCollection*>(state.collection(id).get());
-        return album ? applyOptions(assetsOfAlbum(state, *album), options, allSourceTypes) : std::vector<ObjectPtr>();
-    });
+    const std::optional<FetchOptions> copied = copyOptions(options);
+    // The favourites are a selection of the library's assets; other albums are lists of their own.
+    std::optional<Selection> selection;
+    const auto* current = dynamic_cast<const ModelAssetCollection*>(state()->collection(id).get());
+    if (current && isFavoritesAlbum(*current)) {
+        selection = Selection{[filter = optionFilter(copied, allSourceTypes)](const ObjectPtr& object) {
+                                  const auto asset = asAsset(object);
+                                  return asset && asset->isFavorite() && filter(object);
+                              },
+                              copied ? copied->sortDescriptors : SortDescriptors()};
+    }
+    return fetch(
+        [id, copied](const State& state) {
+            const auto* album = dynamic_cast<const ModelAssetCollection*>(state.collection(id).get());
+            return album ? applyOptions(assetsOfAlbum(state, *album), copied, allSourceTypes) : std::vector<ObjectPtr>();
+        },
+        std::move(selection));
 }
 
 FetchResultPtr ModelLibrary::fetchAssetCollectionsWithType(AssetCollectionType type, AssetCollectionSubtype subtype,

@@ -8,7 +8,11 @@
 // model and publishes them; how it finds resources and images is its own.
 
 #include "OrvPhotoKit.h"
+#include "OrvPhotoKitModelFetchResult.h"
 #include "OrvSerialQueue.h"
+
+#include <QSet>
+#include <QString>
 
 #include <atomic>
 #include <mutex>
@@ -63,16 +67,20 @@ protected:
     // Makes after the version that fetches see; the observers registered now
     // hear of it as one change. Without incremental details their change
     // details only say "reload" (as PhotoKit does for large changes).
-    void publish(std::shared_ptr<const State> after, bool incremental);
+    // touchedAssets, when given, are the local identifiers of every asset added,
+    // changed or removed since the last version: then the change follows
+    // selections of assets at the cost of what it touched.
+    void publish(std::shared_ptr<State> after, bool incremental, const QSet<QString>* touchedAssets = nullptr);
     // Runs task on the library's queue thread.
     void post(std::function<void()> task) { myQueue.post(std::move(task)); }
 
 private:
     using Query = std::function<std::vector<OrvPhotoKit::ObjectPtr>(const State&)>;
-    OrvPhotoKit::FetchResultPtr fetch(Query query);
+    OrvPhotoKit::FetchResultPtr fetch(Query query, std::optional<Selection> selection = std::nullopt);
 
     mutable std::mutex myMutex;
     std::shared_ptr<const State> myState;
+    quint64 myVersion = 0;
     std::vector<std::weak_ptr<OrvPhotoKit::PhotoLibraryChangeObserver>> myObservers;
     std::atomic<int> myStatus;
     std::atomic<int> myAnswer;

@@ -17,6 +17,7 @@ namespace OrvPhotoKitModel {
 
 struct State
 {
+    quint64 version = 0;  // set when published, counting up
     std::vector<std::shared_ptr<const ModelAsset>> assets;  // library order
     QHash<QString, qsizetype> assetIndex;
     std::vector<OrvPhotoKit::ObjectPtr> collections;  // creation order

@@ -8,6 +8,7 @@
 #include "TestSupport.h"
 
 #include <QCoreApplication>
+#include <QRandomGenerator>
 #include <QThread>
 
 #include <mutex>
@@ -250,4 +251,91 @@ TEST_F(RealLibraryTest, HistoryPrunedPastWhatWasSeenIsReadWhole)
     const auto favourites = package->fetchAssetCollectionsWithType(AssetCollectionType::SmartAlbum, AssetCollectionSubtype::SmartAlbumFavorites, nullptr);
     EXPECT_EQ(uuids(package->fetchAssetsInAssetCollection(asAssetCollection(favourites->firstObject()), nullptr)),
               (QStringList{"B6DB996D", "EECD91FE", "1CD1B172"}));
+}
+
+// Changes followed through the history place just the assets they touched; what
+// they give must be what fetching anew finds, whatever the changes were.
+TEST_F(RealLibraryTest, ResultsAfterChangesAreWhatFetchingAnewFinds)
+{
+    PackageCopy copy(library, {QStringLiteral("database/Photos.sqlite")});
+    const auto package = open(copy.path());
+    ASSERT_TRUE(package);
+    const auto observer = std::make_shared<Observer>();
+    package->registerChangeObserver(observer);
+    const auto favouritesAlbum = asAssetCollection(
+        package->fetchAssetCollectionsWithType(AssetCollectionType::SmartAlbum, AssetCollectionSubtype::SmartAlbumFavorites, nullptr)
+            ->firstObject());
+    QList<FetchOptions> options(4);
+    options[0].sortDescriptors = {{QStringLiteral("creationDate"), false}};
+    options[1].sortDescriptors = {{QStringLiteral("favorite"), false}, {QStringLiteral("creationDate"), true}};
+    options[2].predicate = Predicate{QStringLiteral("creationDate > %@ AND creationDate < %@"),
+                                     {QDateTime::fromString(QStringLiteral("2020-08-01T00:00:00Z"), Qt::ISODate),
+                                      QDateTime::fromString(QStringLiteral("2021-01-01T00:00:00Z"), Qt::ISODate)}};
+    const auto fetchAll = [&] {
+        QList<FetchResultPtr> results;
+        for (const FetchOptions& option : options)
+            results.append(package->fetchAssetsWithOptions(&option));
+        results.append(package->fetchAssetsInAssetCollection(favouritesAlbum, &options[0]));
+        return results;
+    };
+    QList<FetchResultPtr> followed = fetchAll();
+    QRandomGenerator random(20);
+    int next = 200;
+    QList<int> keys{1, 2, 3, 4, 5};
+    for (int round = 0; round < 16; ++round) {
+        QString sql;
+        QList<std::tuple<int, int>> history;  // change type, asset key
+        for (int step = 0; step < 3; ++step) {
+            const int key = keys.at(int(random.bounded(int(keys.size()))));
+            switch (random.bounded(5)) {
+            case 0:
+                sql += QStringLiteral("UPDATE ZASSET SET ZFAVORITE = 1 - ZFAVORITE WHERE Z_PK = %1;").arg(key);
+                history.append({1, key});
+                break;
+            case 1:
+                sql += QStringLiteral("UPDATE ZASSET SET ZDATECREATED = %1 WHERE Z_PK = %2;").arg(610000000 + random.bounded(20000000)).arg(key);
+                history.append({1, key});
+                break;
+            case 2:
+                sql += QStringLiteral("UPDATE ZASSET SET ZHIDDEN = 1 - ZHIDDEN WHERE Z_PK = %1;").arg(key);
+                history.append({1, key});
+                break;
+            case 3:
+                sql += QStringLiteral("INSERT INTO ZASSET (Z_PK, Z_ENT, Z_OPT, ZUUID, ZKIND, ZDATECREATED, ZFAVORITE) VALUES "
+                                      "(%1, 3, 1, '%1AAAAAA-0000-4000-8000-000000000000', 0, %2, %3);")
+                           .arg(next)
+                           .arg(610000000 + random.bounded(20000000))
+                           .arg(random.bounded(2));
+                history.append({0, next});
+                keys.append(next++);
+                break;
+            default:
+                if (keys.size() > 2) {
+                    sql += QStringLiteral("DELETE FROM ZASSET WHERE Z_PK = %1;").arg(key);
+                    history.append({2, key});
+                    keys.removeAll(key);
+                }
+                break;
+            }
+        }
+        sql += QStringLiteral("INSERT INTO ATRANSACTION (Z_ENT, Z_OPT) VALUES (16002, 1);");
+        for (const auto& [type, key] : history)
+            sql += QStringLiteral("INSERT INTO ACHANGE (Z_ENT, Z_OPT, ZCHANGETYPE, ZENTITY, ZENTITYPK, ZTRANSACTIONID) VALUES "
+                                  "(16001, 1, %1, 3, %2, (SELECT max(Z_PK) FROM ATRANSACTION));")
+                       .arg(type)
+                       .arg(key);
+        const int before = observer->count();
+        ASSERT_TRUE(copy.sql(QStringLiteral("BEGIN;") + sql + QStringLiteral("COMMIT;"), true));
+        package->refreshNow();
+        package->waitForQueue();
+        const ChangePtr change = observer->count() > before ? observer->last() : nullptr;
+        const QList<FetchResultPtr> fresh = fetchAll();
+        for (qsizetype i = 0; i < followed.size(); ++i) {
+            const auto details = change ? change->changeDetailsForFetchResult(followed[i]) : nullptr;
+            if (details)
+                followed[i] = details->fetchResultAfterChanges();
+            EXPECT_EQ(ids(followed[i]), ids(fresh[i])) << "round " << round << ", result " << i;
+        }
+    }
+    EXPECT_EQ(package->fullReads(), 0);
 }
