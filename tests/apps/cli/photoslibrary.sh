@@ -54,4 +54,14 @@ mkdir "$d/none.photoslibrary"
 run --photos-library "$d/none.photoslibrary" tree --source photokit 2> "$d/err" && exit 1
 [ "$(wc -l < "$d/err")" -eq 1 ] && grep -q 'no database/Photos.sqlite' "$d/err" || { cat "$d/err"; exit 1; }
 
+# On a read-only mount the library is read where it lies, without a private copy (where this
+# machine lets a private mount namespace be made).
+mkdir "$d/mount" "$d/tmp"
+if unshare -m true 2>/dev/null; then
+    inplace=$(TMPDIR="$d/tmp" unshare -m sh -c 'mount --bind -o ro "$1" "$2" && shift 2 && "$@"' sh "$library" "$d/mount" \
+        "$program" --language en --os macos:13.0 --photos-library "$d/mount" tree --source photokit) || exit 1
+    [ "$(echo "$inplace" | tail -n +2)" = "$expected" ] || { echo "$inplace"; exit 1; }
+    ls "$d/tmp" | grep -q orv-photoslibrary && { echo "copied although read-only"; exit 1; }
+fi
+
 [ "$(print)" = "$before" ] || { echo "the library changed"; exit 1; }
