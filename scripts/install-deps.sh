@@ -10,6 +10,8 @@ packages=(
   qt6-base-dev qt6-base-private-dev qt6-l10n-tools qt6-tools-dev-tools libgl-dev
   # metadata, JPEG decoding, property lists, XML, cameras
   libexiv2-dev libjpeg62-turbo-dev libplist-dev libxml2-dev libgphoto2-dev
+  # Photos libraries (.photoslibrary): their database
+  libsqlite3-dev
   # HEIC/HEIF (libheif; heif-enc and heif-convert for the samples and benchmarks), TIFF and WebP readers for Qt
   libheif-dev libheif-examples qt6-image-formats-plugins
   # tests and benchmarks

@@ -25,9 +25,11 @@ public:
     {
         using Kind = OrvValueKind;
         return {
-            {"photos-library", "FILE", QT_TR_NOOP("the Photos library: a simulated library's description (JSON, "
-                "platform/sim/README.md); the PhotoKit source shows it from macOS 10.15 on (see --os), the "
-                "MediaLibrary source applephotos before"), Kind::File, nullptr, 0, libraries},
+            {"photos-library", "PATH", QT_TR_NOOP("the Photos library: a .photoslibrary folder, read as Photos wrote it "
+                "and never changed (default: ~/Pictures/Photos Library.photoslibrary when there is one), or a "
+                "simulated library's description (JSON, platform/sim/README.md); the PhotoKit source shows it from "
+                "macOS 10.15 on (see --os), the MediaLibrary source applephotos a description before"), Kind::File,
+             nullptr, 0, libraries},
             {"iphoto-library", "PATH", QT_TR_NOOP("the iPhoto library: its folder or its AlbumData.xml (default: the "
                 "preference XMLDataFilePath or RootDirectory in $XDG_CONFIG_HOME/apple/iphoto.conf)"), Kind::File,
              nullptr, 0, libraries},

@@ -1,10 +1,8 @@
 #include "OrvLibraryLocations.h"
 
-#include "OrvUserFile.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <QSettings>
 #include <QTemporaryDir>
 
@@ -37,23 +35,6 @@ OrvLibraryLocations& OrvLibraryLocations::instance()
 
 OrvLibraryLocations::OrvLibraryLocations() = default;
 OrvLibraryLocations::~OrvLibraryLocations() = default;
-
-bool OrvLibraryLocations::setPhotosLibrary(const QString& path, QString* why)
-{
-    // The PhotoKit and MediaLibrary simulations read the description named here when first asked.
-    OrvUserFile::Status status = OrvUserFile::NotOpened;
-    const QByteArray description = OrvUserFile::readAll(path, OrvUserFile::LibraryDescription, &status);
-    if (status != OrvUserFile::Ok) {
-        *why = tr("cannot read %1: %2").arg(path, OrvUserFile::describe(status, OrvUserFile::LibraryDescription));
-        return false;
-    }
-    if (!QJsonDocument::fromJson(description).isObject()) {
-        *why = tr("%1 is no Photos library description").arg(path);
-        return false;
-    }
-    qputenv("ORV_PHOTOS_LIBRARY", QFileInfo(path).absoluteFilePath().toLocal8Bit());
-    return true;
-}
 
 bool OrvLibraryLocations::setLibrary(const QString& service, const QString& path, QString* why)
 {

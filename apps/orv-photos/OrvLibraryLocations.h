@@ -20,9 +20,6 @@ public:
     static OrvLibraryLocations& instance();
     ~OrvLibraryLocations();
 
-    // The Photos library for the PhotoKit and MediaLibrary sources. False and
-    // why (one line) when path names none.
-    bool setPhotosLibrary(const QString& path, QString* why);
     // The library of service ("iphoto" or "aperture"): its folder or its XML
     // file. False and why when there is no library file there.
     bool setLibrary(const QString& service, const QString& path, QString* why);

@@ -3,9 +3,9 @@
 #include "Commands.h"
 #include "OrvCommandLine.h"
 #include "OrvImageIOQt.h"
+#include "OrvPhotosLibraryChoice.h"
 #include "sim/OrvImageCaptureSim.h"
 #include "sim/OrvMediaLibrarySimBackend.h"
-#include "sim/OrvPhotoKitSimLibrary.h"
 #ifdef ORV_HAVE_GPHOTO2
 #include "gphoto2/OrvGPhoto2Backend.h"
 #endif
@@ -15,30 +15,38 @@
 
 namespace OrvPlatformBackends {
 
-bool install(const Devices& devices)
+bool install(const Choice& choice)
 {
+    QString message;
 #ifdef __APPLE__
-    if (qEnvironmentVariableIsEmpty("ORV_PHOTOS_LIBRARY")) {
+    if (choice.photosLibrary.isEmpty()) {
         OrvMacOS::installPhotoKit();
         OrvMacOS::installMediaLibrary();
     } else {
-        OrvPhotoKitSim::install();
+        if (!OrvPhotosLibraryChoice::install(choice.photosLibrary, &message)) {
+            err() << "orv-photos: " << message << "\n";
+            return false;
+        }
         OrvMediaLibrarySim::install();
     }
     OrvMacOS::installImageIO();
 #else
-    // The simulations read the library named by $ORV_PHOTOS_LIBRARY, or show an empty one.
-    OrvPhotoKitSim::install();
+    // A package, a description (read by the simulations when first asked), or the user's own library.
+    const bool chosen = OrvPhotosLibraryChoice::install(choice.photosLibrary, &message);
+    if (!message.isEmpty())
+        err() << "orv-photos: " << message << "\n";
+    if (!chosen)
+        return false;
     OrvMediaLibrarySim::install();
     OrvImageIOQt::install();
 #endif
 #ifndef ORV_HAVE_GPHOTO2
-    if (!devices.cameras.isEmpty() && !devices.simulated) {
+    if (!choice.cameras.isEmpty() && !choice.simulatedDevices) {
         err() << "orv-photos: " << OrvCommandLine::tr("--camera needs libgphoto2, which this build does not have") << "\n";
         return false;
     }
 #endif
-    if (devices.simulated) {
+    if (choice.simulatedDevices) {
         OrvImageCaptureSim::install();
         return true;
     }
@@ -46,7 +54,7 @@ bool install(const Devices& devices)
     OrvMacOS::installImageCapture();
 #elif defined(ORV_HAVE_GPHOTO2)
     OrvGPhoto2::install();
-    for (const auto& [model, port] : devices.cameras) {
+    for (const auto& [model, port] : choice.cameras) {
         if (!OrvGPhoto2::addCamera(model, port)) {
             err() << "orv-photos: " << OrvCommandLine::tr("--camera: no camera %1 at %2").arg(model, port) << "\n";
             return false;

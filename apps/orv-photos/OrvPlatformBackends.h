@@ -1,12 +1,13 @@
 #pragma once
 
-// The platform backends the host program runs the plug-in on. A described
-// Photos library (--photos-library, which sets $ORV_PHOTOS_LIBRARY) is shown
-// through the simulated PhotoKit and MediaLibrary, described devices
-// (--devices) through the simulated Image Capture. Otherwise the system's own
-// are used: on a Mac Apple's frameworks; elsewhere libgphoto2 for cameras
-// where this build has it, and the simulations (empty) for the Photos library.
-// Image I/O is Apple's on a Mac and Qt's (with libheif and Exiv2) elsewhere.
+// The platform backends the host program runs the plug-in on. --photos-library
+// names a Photos library package (read through the package backend where this
+// build has it, OrvPhotosLibraryChoice) or a simulated library's description
+// (shown through the simulated PhotoKit and MediaLibrary); described devices
+// (--devices) come through the simulated Image Capture. Otherwise the system's
+// own are used: on a Mac Apple's frameworks; elsewhere the user's own Photos
+// library package when there is one, libgphoto2 for cameras where this build
+// has it. Image I/O is Apple's on a Mac and Qt's (with libheif and Exiv2) elsewhere.
 
 #include <QList>
 #include <QPair>
@@ -14,13 +15,14 @@
 
 namespace OrvPlatformBackends {
 
-struct Devices
+struct Choice
 {
-    bool simulated = false; // --devices: $ORV_IMAGECAPTURE_DEVICES describes them
+    QString photosLibrary; // --photos-library, empty without it
+    bool simulatedDevices = false; // --devices: $ORV_IMAGECAPTURE_DEVICES describes them
     QList<QPair<QString, QString>> cameras; // --camera MODEL=PORT pairs for libgphoto2
 };
 
-// False, after a message, when a camera asked for cannot be had.
-bool install(const Devices& devices);
+// False, after a message, when a library or camera asked for cannot be had.
+bool install(const Choice& choice);
 
 } // namespace OrvPlatformBackends

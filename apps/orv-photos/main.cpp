@@ -95,9 +95,6 @@ bool applyHostOptions(const OrvArguments& arguments)
         OrvSingleton<OrvFotoSettings>::instance()->setFotoListExportPath(arguments.value(QStringLiteral("photo-list")));
     OrvLibraryLocations& libraries = OrvLibraryLocations::instance();
     QString why;
-    if (arguments.isSet(QStringLiteral("photos-library"))
-        && !libraries.setPhotosLibrary(arguments.value(QStringLiteral("photos-library")), &why))
-        return mistake(QStringLiteral("--photos-library: ") + why);
     for (const QString& service : {QStringLiteral("iphoto"), QStringLiteral("aperture")}) {
         const QString option = service + QStringLiteral("-library");
         if (arguments.isSet(option) && !libraries.setLibrary(service, arguments.value(option), &why))
@@ -140,7 +137,7 @@ bool checkCamera(const QString& model, const QString& port)
 
 // Cameras: the simulated ones (--devices), else the connected ones and those named with
 // --camera, each checked before anything runs. False after saying what is wrong.
-bool chooseCameras(const OrvArguments& arguments, OrvPlatformBackends::Devices* devices)
+bool chooseCameras(const OrvArguments& arguments, OrvPlatformBackends::Choice* devices)
 {
     for (const QString& value : arguments.values(QStringLiteral("camera"))) {
         const qsizetype equals = value.indexOf(QLatin1Char('='));
@@ -160,7 +157,7 @@ bool chooseCameras(const OrvArguments& arguments, OrvPlatformBackends::Devices* 
         if (!OrvImageCaptureSim::readDescription(file, &described, &error))
             return mistake(QStringLiteral("--devices: ") + error);
         qputenv("ORV_IMAGECAPTURE_DEVICES", QFileInfo(file).absoluteFilePath().toLocal8Bit());
-        devices->simulated = true;
+        devices->simulatedDevices = true;
         return true;
     }
 #ifdef ORV_HAVE_GPHOTO2
@@ -259,11 +256,12 @@ int main(int argc, char** argv)
 
     if (!applyHostOptions(arguments))
         return 1;
-    OrvPlatformBackends::Devices devices;
-    if (!chooseCameras(arguments, &devices))
+    OrvPlatformBackends::Choice backends;
+    backends.photosLibrary = arguments.value(QStringLiteral("photos-library"));
+    if (!chooseCameras(arguments, &backends))
         return 1;
-    // The simulations the options describe, the system's own frameworks otherwise.
-    if (!OrvPlatformBackends::install(devices))
+    // The simulations and libraries the options name, the system's own frameworks otherwise.
+    if (!OrvPlatformBackends::install(backends))
         return 1;
     const QString pluginPath
         = arguments.isSet(QStringLiteral("plugin")) ? arguments.value(QStringLiteral("plugin")) : defaultPluginPath();

@@ -10,7 +10,7 @@
 #include "OrvImageCapture.h"
 #include "OrvImageCaptureHub.h"
 #include "OrvImageCaptureItem.h"
-#include "OrvPhotoKitSimQueue.h"
+#include "OrvSerialQueue.h"
 
 #include <QList>
 
@@ -114,7 +114,7 @@ private:
     std::condition_variable myUnplugged;
     QList<Download> myHeld;
     QString myAutolaunchApplicationPath;
-    OrvPhotoKitSim::Queue myQueue;
+    OrvSerialQueue myQueue;
 };
 
 } // namespace OrvImageCaptureSim

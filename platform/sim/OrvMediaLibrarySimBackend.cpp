@@ -4,7 +4,7 @@
 #include "OrvMediaLibrarySimMediaSource.h"
 #include "OrvMediaLibrarySimWorkspace.h"
 #include "OrvPhotoKitSimDescription.h"
-#include "OrvPhotoKitSimQueue.h"
+#include "OrvSerialQueue.h"
 
 #include <QDebug>
 
@@ -19,9 +19,9 @@ namespace {
 
 // The framework's thread. Never destroyed: the objects that post to it may be
 // released on it, and a thread cannot wait for itself to end.
-OrvPhotoKitSim::Queue& frameworkQueue()
+OrvSerialQueue& frameworkQueue()
 {
-    static auto* queue = new OrvPhotoKitSim::Queue;
+    static auto* queue = new OrvSerialQueue;
     return *queue;
 }
 

@@ -3,11 +3,12 @@
 // A PHAsset of the simulated library: an immutable snapshot of an AssetSpec; an
 // edit makes a new object with the same local identifier.
 
+#include "OrvPhotoKitModelAsset.h"
 #include "OrvPhotoKitSimLibrary.h"
 
 namespace OrvPhotoKitSim {
 
-class SimAsset : public OrvPhotoKit::Asset
+class SimAsset : public OrvPhotoKitModel::ModelAsset
 {
 public:
     explicit SimAsset(const AssetSpec& spec) : mySpec(spec) {}
@@ -33,6 +34,7 @@ public:
     int pixelWidth() const override { return mySpec.pixelWidth; }
     int pixelHeight() const override { return mySpec.pixelHeight; }
     bool isFavorite() const override { return mySpec.favorite; }
+    quint32 sourceType() const override { return mySpec.sourceType; }
     const AssetSpec& spec() const { return mySpec; }
 
 private:

@@ -1,6 +1,7 @@
 #include "OrvPhotoKitSimImageManager.h"
 
 #include "OrvImageIO.h"
+#include "OrvPhotoKitModelImageSize.h"
 #include "OrvPhotoKitSimAsset.h"
 #include "OrvPhotoKitSimLibrary.h"
 #include "OrvUserFile.h"
@@ -134,15 +135,7 @@ SimImageManager::Rendition SimImageManager::renditionOf(const AssetPtr& asset) c
 
 QSize SimImageManager::renderedSize(const QSize& size, const QSizeF& target, ImageContentMode mode)
 {
-    if (size.isEmpty() || !(target.width() > 0 && target.height() > 0))
-        return size;
-    const double wide = target.width() / size.width();
-    const double high = target.height() / size.height();
-    const double scale = mode == ImageContentMode::AspectFill ? std::max(wide, high) : std::min(wide, high);
-    if (scale >= 1.0)
-        return size;
-    return QSize(std::max(1, int(std::ceil(size.width() * scale - 1e-9))),
-                 std::max(1, int(std::ceil(size.height() * scale - 1e-9))));
+    return OrvPhotoKitModel::renderedSize(size, target, mode);
 }
 
 bool SimImageManager::download(const ImageRequestOptions& options, const std::function<void(bool failed)>& deliver)

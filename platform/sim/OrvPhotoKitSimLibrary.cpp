@@ -1,13 +1,12 @@
 #include "OrvPhotoKitSimLibrary.h"
 
-#include "OrvPhotoKitSimAssetCollection.h"
-#include "OrvPhotoKitSimChange.h"
-#include "OrvPhotoKitSimCollectionList.h"
-#include "OrvPhotoKitSimFetchEvaluation.h"
-#include "OrvPhotoKitSimFetchResult.h"
+#include "OrvPhotoKitModelAssetCollection.h"
+#include "OrvPhotoKitModelCollectionList.h"
+#include "OrvPhotoKitModelFetchEvaluation.h"
+#include "OrvPhotoKitModelState.h"
+#include "OrvPhotoKitSimAsset.h"
 #include "OrvPhotoKitSimImageManager.h"
 #include "OrvPhotoKitSimResource.h"
-#include "OrvPhotoKitSimState.h"
 
 #include <QDebug>
 #include <QSet>
@@ -15,15 +14,13 @@
 #include <algorithm>
 
 using namespace OrvPhotoKit;
+using OrvPhotoKitModel::ModelAssetCollection;
+using OrvPhotoKitModel::ModelCollectionList;
+using OrvPhotoKitModel::State;
 
 namespace OrvPhotoKitSim {
 
-Library::Library()
-    : myState(std::make_shared<State>()),
-      myStatus(int(AuthorizationStatus::NotDetermined)),
-      myAnswer(int(AuthorizationStatus::Authorized))
-{
-}
+Library::Library() : ModelLibrary(AuthorizationStatus::NotDetermined, AuthorizationStatus::Authorized) {}
 
 Library::~Library() = default;
 
@@ -38,48 +35,10 @@ ImageManagerPtr Library::defaultManager() { return myImageManager; }
 
 std::shared_ptr<const SimAsset> Library::currentAsset(const QString& localIdentifier) const
 {
-    std::lock_guard<std::mutex> lock(myMutex);
-    return myState->asset(localIdentifier);
+    return std::static_pointer_cast<const SimAsset>(state()->asset(localIdentifier));
 }
 
-void Library::setAuthorizationStatus(AuthorizationStatus status) { myStatus.store(int(status)); }
-void Library::setAuthorizationAnswer(AuthorizationStatus answer) { myAnswer.store(int(answer)); }
-AuthorizationStatus Library::authorizationStatus() const { return AuthorizationStatus(myStatus.load()); }
-
-void Library::requestAuthorization(std::function<void(AuthorizationStatus)> handler)
-{
-    ++myRequests;
-    myQueue.post([this, handler = std::move(handler)] {
-        // Only an undetermined status asks the user; later requests get the answer given.
-        int expected = int(AuthorizationStatus::NotDetermined);
-        myStatus.compare_exchange_strong(expected, myAnswer.load());
-        if (handler)
-            handler(authorizationStatus());
-    });
-}
-
-void Library::registerChangeObserver(const std::weak_ptr<PhotoLibraryChangeObserver>& observer)
-{
-    std::lock_guard<std::mutex> lock(myMutex);
-    myObservers.push_back(observer);
-}
-
-void Library::unregisterChangeObserver(const PhotoLibraryChangeObserver* observer)
-{
-    std::lock_guard<std::mutex> lock(myMutex);
-    myObservers.erase(std::remove_if(myObservers.begin(), myObservers.end(),
-                                     [observer](const std::weak_ptr<PhotoLibraryChangeObserver>& entry) {
-                                         const auto locked = entry.lock();
-                                         return !locked || locked.get() == observer;
-                                     }),
-                      myObservers.end());
-}
-
-int Library::assetCount() const
-{
-    std::lock_guard<std::mutex> lock(myMutex);
-    return int(myState->assets.size());
-}
+int Library::assetCount() const { return int(state()->assets.size()); }
 
 QString Library::resourceFilePath(const AssetResourcePtr& resource)
 {
@@ -93,7 +52,7 @@ void Library::edit(const std::function<void(State&)>& apply)
     {
         std::lock_guard<std::mutex> lock(myMutex);
         if (!myPending)
-            myPending = std::make_shared<State>(*myState);
+            myPending = std::make_shared<State>(*state());
         apply(*myPending);
         commitNow = myBatchDepth == 0;
     }
@@ -119,26 +78,13 @@ void Library::performChanges(const std::function<void()>& edits, bool incrementa
 
 void Library::commit(bool incremental)
 {
-    std::vector<std::weak_ptr<PhotoLibraryChangeObserver>> observers;
-    std::shared_ptr<const State> after;
-    {
-        std::lock_guard<std::mutex> lock(myMutex);
-        if (!myPending)
-            return;
-        myState = myPending;
-        myPending.reset();
-        after = myState;
-        observers = myObservers;
-    }
-    if (observers.empty())
+    // Under the lock, so that changes reach the observers in the order they were made.
+    std::lock_guard<std::mutex> lock(myMutex);
+    if (!myPending)
         return;
-    const ChangePtr change = std::make_shared<SimChange>(after, incremental);
-    for (const auto& observer : observers) {
-        myQueue.post([observer, change] {
-            if (const auto locked = observer.lock())
-                locked->photoLibraryDidChange(change);
-        });
-    }
+    std::shared_ptr<State> after = std::move(myPending);
+    myPending.reset();
+    publish(std::move(after), incremental);
 }
 
 void Library::addAsset(const AssetSpec& asset, const QStringList& albums)
@@ -176,7 +122,7 @@ void Library::setFavorite(const QString& assetId, bool favorite)
         const auto it = state.assetIndex.constFind(assetId);
         if (it == state.assetIndex.cend())
             return;
-        AssetSpec spec = state.assets[size_t(*it)]->spec();
+        AssetSpec spec = static_cast<const SimAsset&>(*state.assets[size_t(*it)]).spec();
         spec.favorite = favorite;
         state.assets[size_t(*it)] = std::make_shared<const SimAsset>(spec);
     });
@@ -202,9 +148,9 @@ void Library::addCollection(const CollectionSpec& collection)
     edit([&](State& state) {
         ObjectPtr object;
         if (collection.kind == CollectionKind::Folder)
-            object = std::make_shared<const SimCollectionList>(collection.localIdentifier, collection.title);
+            object = std::make_shared<const ModelCollectionList>(collection.localIdentifier, collection.title);
         else
-            object = std::make_shared<const SimAssetCollection>(collection.localIdentifier, collection.title,
+            object = std::make_shared<const ModelAssetCollection>(collection.localIdentifier, collection.title,
                                                                 collection.kind, collection.smartSubtype);
         if (state.collectionIndex.contains(collection.localIdentifier)) {
             state.replaceCollection(object);
@@ -252,18 +198,18 @@ void Library::renameCollection(const QString& collectionId, const QString& title
 {
     edit([&](State& state) {
         const ObjectPtr old = state.collection(collectionId);
-        if (const auto* album = dynamic_cast<const SimAssetCollection*>(old.get()))
-            state.replaceCollection(std::make_shared<const SimAssetCollection>(collectionId, title, album->collectionKind(),
+        if (const auto* album = dynamic_cast<const ModelAssetCollection*>(old.get()))
+            state.replaceCollection(std::make_shared<const ModelAssetCollection>(collectionId, title, album->collectionKind(),
                                                                                album->smartSubtype()));
         else if (old)
-            state.replaceCollection(std::make_shared<const SimCollectionList>(collectionId, title));
+            state.replaceCollection(std::make_shared<const ModelCollectionList>(collectionId, title));
     });
 }
 
 void Library::moveCollection(const QString& collectionId, const QString& folderId)
 {
     edit([&](State& state) {
-        if (!state.collectionIndex.contains(collectionId) || !isUserCollection(state.collection(collectionId)))
+        if (!state.collectionIndex.contains(collectionId) || !OrvPhotoKitModel::isUserCollection(state.collection(collectionId)))
             return;
         if (!folderId.isEmpty() && !asCollectionList(state.collection(folderId)))
             return;
@@ -300,140 +246,12 @@ void Library::removeAssetsFromAlbum(const QString& albumId, const QStringList& a
     });
 }
 
-FetchResultPtr Library::fetch(Query query)
-{
-    std::shared_ptr<const State> state;
-    {
-        std::lock_guard<std::mutex> lock(myMutex);
-        state = myState;
-    }
-    std::vector<ObjectPtr> objects = query(*state);
-    return std::make_shared<SimFetchResult>(std::move(query), std::move(objects));
-}
-
-FetchResultPtr Library::fetchAssetsWithOptions(const FetchOptions* options)
-{
-    return fetch([options = copyOptions(options)](const State& state) {
-        return applyOptions(std::vector<ObjectPtr>(state.assets.begin(), state.assets.end()), options, librarySourceTypes);
-    });
-}
-
-FetchResultPtr Library::fetchAssetsWithLocalIdentifiers(const QStringList& identifiers, const FetchOptions* options)
-{
-    return fetch([identifiers, options = copyOptions(options)](const State& state) {
-        std::vector<ObjectPtr> candidates;
-        for (const QString& id : identifiers) {
-            if (auto asset = state.asset(id))
-                candidates.push_back(std::move(asset));
-        }
-        return applyOptions(std::move(candidates), options, allSourceTypes);
-    });
-}
-
-FetchResultPtr Library::fetchAssetsInAssetCollection(const AssetCollectionPtr& collection, const FetchOptions* options)
-{
-    const QString id = collection ? collection->localIdentifier() : QString();
-    return fetch([id, options = copyOptions(options)](const State& state) {
-        const auto* album = dynamic_cast<const SimAssetCollection*>(state.collection(id).get());
-        return album ? applyOptions(assetsOfAlbum(state, *album), options, allSourceTypes) : std::vector<ObjectPtr>();
-    });
-}
-
-FetchResultPtr Library::fetchAssetCollectionsWithType(AssetCollectionType type, AssetCollectionSubtype subtype,
-                                                      const FetchOptions* options)
-{
-    return fetch([type, subtype, options = copyOptions(options)](const State& state) {
-        std::vector<ObjectPtr> candidates;
-        for (const ObjectPtr& object : state.collections) {
-            const auto album = asAssetCollection(object);
-            if (album && album->assetCollectionType() == type
-                && (subtype == AssetCollectionSubtype::Any || album->assetCollectionSubtype() == subtype))
-                candidates.push_back(object);
-        }
-        return applyOptions(std::move(candidates), options, allSourceTypes);
-    });
-}
-
-FetchResultPtr Library::fetchAssetCollectionsWithLocalIdentifiers(const QStringList& identifiers,
-                                                                  const FetchOptions* options)
-{
-    return fetch([identifiers, options = copyOptions(options)](const State& state) {
-        std::vector<ObjectPtr> candidates;
-        for (const QString& id : identifiers) {
-            if (auto album = asAssetCollection(state.collection(id)))
-                candidates.push_back(std::move(album));
-        }
-        return applyOptions(std::move(candidates), options, allSourceTypes);
-    });
-}
-
-FetchResultPtr Library::fetchCollectionListsWithType(CollectionListType type, CollectionListSubtype subtype,
-                                                     const FetchOptions* options)
-{
-    return fetch([type, subtype, options = copyOptions(options)](const State& state) {
-        std::vector<ObjectPtr> candidates;
-        const bool wanted = type == CollectionListType::Folder
-            && (subtype == CollectionListSubtype::Any || subtype == CollectionListSubtype::RegularFolder);
-        for (const ObjectPtr& object : state.collections) {
-            if (wanted && object->kind() == ObjectKind::CollectionList)
-                candidates.push_back(object);
-        }
-        return applyOptions(std::move(candidates), options, allSourceTypes);
-    });
-}
-
-FetchResultPtr Library::fetchCollectionListsContainingCollection(const CollectionPtr& collection,
-                                                                 const FetchOptions* options)
-{
-    const QString id = collection ? collection->localIdentifier() : QString();
-    return fetch([id, options = copyOptions(options)](const State& state) {
-        std::vector<ObjectPtr> candidates;
-        const QString parent = state.parentOf.value(id);
-        if (!parent.isEmpty()) {
-            if (auto list = asCollectionList(state.collection(parent)))
-                candidates.push_back(std::move(list));
-        }
-        return applyOptions(std::move(candidates), options, allSourceTypes);
-    });
-}
-
-FetchResultPtr Library::fetchCollectionsInCollectionList(const CollectionListPtr& list, const FetchOptions* options)
-{
-    const QString id = list ? list->localIdentifier() : QString();
-    return fetch([id, options = copyOptions(options)](const State& state) {
-        std::vector<ObjectPtr> candidates;
-        if (!id.isEmpty() && state.collectionIndex.contains(id)) {
-            for (const ObjectPtr& object : state.collections) {
-                if (isUserCollection(object) && state.parentOf.value(object->localIdentifier()) == id)
-                    candidates.push_back(object);
-            }
-        }
-        return applyOptions(std::move(candidates), options, allSourceTypes);
-    });
-}
-
-FetchResultPtr Library::fetchTopLevelUserCollectionsWithOptions(const FetchOptions* options)
-{
-    return fetch([options = copyOptions(options)](const State& state) {
-        std::vector<ObjectPtr> candidates;
-        for (const ObjectPtr& object : state.collections) {
-            if (isUserCollection(object) && state.parentOf.value(object->localIdentifier()).isEmpty())
-                candidates.push_back(object);
-        }
-        return applyOptions(std::move(candidates), options, allSourceTypes);
-    });
-}
-
 QList<AssetResourcePtr> Library::assetResourcesForAsset(const AssetPtr& asset)
 {
     QList<AssetResourcePtr> result;
     if (!asset)
         return result;
-    std::shared_ptr<const SimAsset> current;
-    {
-        std::lock_guard<std::mutex> lock(myMutex);
-        current = myState->asset(asset->localIdentifier());
-    }
+    const std::shared_ptr<const SimAsset> current = currentAsset(asset->localIdentifier());
     const auto* sim = current ? current.get() : dynamic_cast<const SimAsset*>(asset.get());
     if (!sim)
         return result;

@@ -6,13 +6,12 @@
 // OrvPhotoKit::sharedPhotoLibrary(). Authorization answers and change
 // notifications arrive on the library's own queue thread.
 
-#include "OrvPhotoKit.h"
-#include "OrvPhotoKitSimQueue.h"
+#include "OrvPhotoKitModelCollectionKind.h"
+#include "OrvPhotoKitModelLibrary.h"
 
 #include <QHash>
 #include <QStringList>
 
-#include <atomic>
 #include <mutex>
 
 namespace OrvPhotoKitSim {
@@ -39,7 +38,7 @@ struct AssetSpec
     QList<ResourceSpec> resources;
 };
 
-enum class CollectionKind { UserAlbum, SmartAlbum, SharedAlbum, Folder };
+using OrvPhotoKitModel::CollectionKind;
 
 struct CollectionSpec
 {
@@ -54,9 +53,8 @@ struct CollectionSpec
 
 class SimAsset;
 class SimImageManager;
-struct State;
 
-class Library : public OrvPhotoKit::PhotoLibrary
+class Library : public OrvPhotoKitModel::ModelLibrary
 {
 public:
     // An empty library; access not determined yet, and granted when asked.
@@ -66,11 +64,6 @@ public:
     static std::shared_ptr<Library> loadDescription(const QString& path, QString* error = nullptr);
 
     ~Library() override;
-
-    // Authorization: the status now, and what the user answers when asked.
-    void setAuthorizationStatus(OrvPhotoKit::AuthorizationStatus status);
-    void setAuthorizationAnswer(OrvPhotoKit::AuthorizationStatus answer);
-    int authorizationRequestCount() const { return myRequests.load(); }
 
     // Building and changing the library. Outside performChanges each call is
     // one change of its own; observers hear of every change on the queue.
@@ -91,9 +84,6 @@ public:
     // details that only say "reload" (as PhotoKit does for large changes).
     void performChanges(const std::function<void()>& edits, bool incremental = true);
 
-    // Waits until the queue has delivered everything posted so far.
-    void waitForQueue() { myQueue.waitIdle(); }
-    bool isQueueThread() const { return myQueue.isCurrentThread(); }
     int assetCount() const;
     // The asset as the library holds it now; null when it is gone.
     std::shared_ptr<const SimAsset> currentAsset(const QString& localIdentifier) const;
@@ -103,49 +93,19 @@ public:
     static QString resourceFilePath(const OrvPhotoKit::AssetResourcePtr& resource);
 
     // OrvPhotoKit::PhotoLibrary
-    OrvPhotoKit::AuthorizationStatus authorizationStatus() const override;
-    void requestAuthorization(std::function<void(OrvPhotoKit::AuthorizationStatus)> handler) override;
-    void registerChangeObserver(const std::weak_ptr<OrvPhotoKit::PhotoLibraryChangeObserver>& observer) override;
-    void unregisterChangeObserver(const OrvPhotoKit::PhotoLibraryChangeObserver* observer) override;
-    OrvPhotoKit::FetchResultPtr fetchAssetsWithOptions(const OrvPhotoKit::FetchOptions* options) override;
-    OrvPhotoKit::FetchResultPtr fetchAssetsWithLocalIdentifiers(const QStringList& identifiers,
-                                                                const OrvPhotoKit::FetchOptions* options) override;
-    OrvPhotoKit::FetchResultPtr fetchAssetsInAssetCollection(const OrvPhotoKit::AssetCollectionPtr& collection,
-                                                             const OrvPhotoKit::FetchOptions* options) override;
-    OrvPhotoKit::FetchResultPtr fetchAssetCollectionsWithType(OrvPhotoKit::AssetCollectionType type,
-                                                              OrvPhotoKit::AssetCollectionSubtype subtype,
-                                                              const OrvPhotoKit::FetchOptions* options) override;
-    OrvPhotoKit::FetchResultPtr fetchAssetCollectionsWithLocalIdentifiers(const QStringList& identifiers,
-                                                                          const OrvPhotoKit::FetchOptions* options) override;
-    OrvPhotoKit::FetchResultPtr fetchCollectionListsWithType(OrvPhotoKit::CollectionListType type,
-                                                             OrvPhotoKit::CollectionListSubtype subtype,
-                                                             const OrvPhotoKit::FetchOptions* options) override;
-    OrvPhotoKit::FetchResultPtr fetchCollectionListsContainingCollection(const OrvPhotoKit::CollectionPtr& collection,
-                                                                         const OrvPhotoKit::FetchOptions* options) override;
-    OrvPhotoKit::FetchResultPtr fetchCollectionsInCollectionList(const OrvPhotoKit::CollectionListPtr& list,
-                                                                 const OrvPhotoKit::FetchOptions* options) override;
-    OrvPhotoKit::FetchResultPtr fetchTopLevelUserCollectionsWithOptions(const OrvPhotoKit::FetchOptions* options) override;
     QList<OrvPhotoKit::AssetResourcePtr> assetResourcesForAsset(const OrvPhotoKit::AssetPtr& asset) override;
     OrvPhotoKit::ImageManagerPtr defaultManager() override;
 
 private:
     Library();
-    using Query = std::function<std::vector<OrvPhotoKit::ObjectPtr>(const State&)>;
-    OrvPhotoKit::FetchResultPtr fetch(Query query);
     // Applies an edit to the pending state (opening a change when none is open).
-    void edit(const std::function<void(State&)>& apply);
+    void edit(const std::function<void(OrvPhotoKitModel::State&)>& apply);
     void commit(bool incremental);
 
     mutable std::mutex myMutex;
-    std::shared_ptr<const State> myState;
-    std::shared_ptr<State> myPending;  // edits of the open change
+    std::shared_ptr<OrvPhotoKitModel::State> myPending;  // edits of the open change
     int myBatchDepth = 0;
-    std::vector<std::weak_ptr<OrvPhotoKit::PhotoLibraryChangeObserver>> myObservers;
-    std::atomic<int> myStatus;
-    std::atomic<int> myAnswer;
-    std::atomic<int> myRequests{0};
     std::shared_ptr<SimImageManager> myImageManager;
-    Queue myQueue;
 };
 
 // Makes the simulation the PhotoKit backend: from then on

@@ -1,15 +1,15 @@
 #pragma once
 
-// A PHCollectionList of the simulated library: a folder.
+// A PHCollectionList of a library model: a folder.
 
-#include "OrvPhotoKitSimLibrary.h"
+#include "OrvPhotoKit.h"
 
-namespace OrvPhotoKitSim {
+namespace OrvPhotoKitModel {
 
-class SimCollectionList : public OrvPhotoKit::CollectionList
+class ModelCollectionList : public OrvPhotoKit::CollectionList
 {
 public:
-    SimCollectionList(const QString& id, const QString& title) : myId(id), myTitle(title) {}
+    ModelCollectionList(const QString& id, const QString& title) : myId(id), myTitle(title) {}
     QString localIdentifier() const override { return myId; }
     QString localizedTitle() const override { return myTitle; }
     OrvPhotoKit::CollectionListType collectionListType() const override { return OrvPhotoKit::CollectionListType::Folder; }
@@ -19,4 +19,4 @@ private:
     QString myTitle;
 };
 
-} // namespace OrvPhotoKitSim
+} // namespace OrvPhotoKitModel

@@ -1,10 +1,10 @@
 #pragma once
 
-// The model of the simulated library: one version of it. Committed versions
-// are never changed again, so fetch results and changes can keep them without
-// a lock.
+// A library model: one version of a Photos library as PhotoKit presents it.
+// Published versions are never changed again, so fetch results and changes can
+// keep them without a lock.
 
-#include "OrvPhotoKitSimAsset.h"
+#include "OrvPhotoKitModelAsset.h"
 
 #include <QHash>
 #include <QString>
@@ -13,18 +13,19 @@
 #include <memory>
 #include <vector>
 
-namespace OrvPhotoKitSim {
+namespace OrvPhotoKitModel {
 
 struct State
 {
-    std::vector<std::shared_ptr<const SimAsset>> assets;  // library order
+    quint64 version = 0;  // set when published, counting up
+    std::vector<std::shared_ptr<const ModelAsset>> assets;  // library order
     QHash<QString, qsizetype> assetIndex;
     std::vector<OrvPhotoKit::ObjectPtr> collections;  // creation order
     QHash<QString, qsizetype> collectionIndex;
     QHash<QString, QString> parentOf;         // collection -> containing folder ("" at top level)
     QHash<QString, QStringList> albumAssets;  // album -> its assets in album order
 
-    std::shared_ptr<const SimAsset> asset(const QString& id) const
+    std::shared_ptr<const ModelAsset> asset(const QString& id) const
     {
         const auto it = assetIndex.constFind(id);
         return it == assetIndex.cend() ? nullptr : assets[size_t(*it)];
@@ -54,4 +55,4 @@ struct State
     }
 };
 
-} // namespace OrvPhotoKitSim
+} // namespace OrvPhotoKitModel

@@ -1,6 +1,7 @@
 #pragma once
 
-// The framework's own serial queue: one thread working off posted tasks.
+// A framework's own serial queue (a dispatch queue): one thread working off
+// posted tasks in order. The backends deliver their callbacks on one.
 
 #include <condition_variable>
 #include <deque>
@@ -9,15 +10,13 @@
 #include <mutex>
 #include <thread>
 
-namespace OrvPhotoKitSim {
-
-class Queue
+class OrvSerialQueue
 {
 public:
-    Queue();
-    ~Queue();
-    Queue(const Queue&) = delete;
-    Queue& operator=(const Queue&) = delete;
+    OrvSerialQueue();
+    ~OrvSerialQueue();
+    OrvSerialQueue(const OrvSerialQueue&) = delete;
+    OrvSerialQueue& operator=(const OrvSerialQueue&) = delete;
 
     void post(std::function<void()> task);
     // Blocks until every task posted so far has run (not on the queue itself).
@@ -42,5 +41,3 @@ private:
     std::shared_ptr<State> myState;
     std::thread myThread;
 };
-
-} // namespace OrvPhotoKitSim

@@ -11,7 +11,7 @@
 
 #include <optional>
 
-namespace OrvPhotoKitSim {
+namespace OrvPhotoKitModel {
 
 class PredicateEvaluator
 {
@@ -31,4 +31,4 @@ private:
     QList<Clause> myClauses;
 };
 
-} // namespace OrvPhotoKitSim
+} // namespace OrvPhotoKitModel

@@ -1,16 +1,17 @@
 #pragma once
 
-// A PHAssetCollection of the simulated library: a user, smart or shared album.
+// A PHAssetCollection of a library model: a user, smart or shared album.
 
-#include "OrvPhotoKitSimLibrary.h"
+#include "OrvPhotoKit.h"
+#include "OrvPhotoKitModelCollectionKind.h"
 
-namespace OrvPhotoKitSim {
+namespace OrvPhotoKitModel {
 
-class SimAssetCollection : public OrvPhotoKit::AssetCollection
+class ModelAssetCollection : public OrvPhotoKit::AssetCollection
 {
 public:
-    SimAssetCollection(const QString& id, const QString& title, CollectionKind kind,
-                       OrvPhotoKit::AssetCollectionSubtype smartSubtype)
+    ModelAssetCollection(const QString& id, const QString& title, CollectionKind kind,
+                         OrvPhotoKit::AssetCollectionSubtype smartSubtype)
         : myId(id), myTitle(title), myKind(kind), mySmartSubtype(smartSubtype)
     {
     }
@@ -42,4 +43,4 @@ private:
     OrvPhotoKit::AssetCollectionSubtype mySmartSubtype;
 };
 
-} // namespace OrvPhotoKitSim
+} // namespace OrvPhotoKitModel

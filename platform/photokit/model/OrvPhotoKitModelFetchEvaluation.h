@@ -1,6 +1,6 @@
 #pragma once
 
-// Fetch evaluation of the simulated library: which objects a fetch yields, by
+// Fetch evaluation of a library model: which objects a fetch yields, by
 // the fetch options (asset source types, predicate, sort descriptors), and the
 // candidates of the fetches that look below the top of the library.
 
@@ -9,13 +9,14 @@
 #include <QString>
 #include <QVariant>
 
+#include <functional>
 #include <optional>
 #include <vector>
 
-namespace OrvPhotoKitSim {
+namespace OrvPhotoKitModel {
 
 struct State;
-class SimAssetCollection;
+class ModelAssetCollection;
 
 // The value of a key of an object as fetches read it; invalid when it has none.
 QVariant valueOf(const OrvPhotoKit::ObjectPtr& object, const QString& key);
@@ -23,6 +24,9 @@ QVariant valueOf(const OrvPhotoKit::ObjectPtr& object, const QString& key);
 int compareValues(const QVariant& a, const QVariant& b);
 // Stable sort by the descriptors, in their order.
 void sortObjects(std::vector<OrvPhotoKit::ObjectPtr>& objects, const OrvPhotoKit::SortDescriptors& descriptors);
+// Whether fetch options take an object: the asset source types, the predicate.
+std::function<bool(const OrvPhotoKit::ObjectPtr&)> optionFilter(const std::optional<OrvPhotoKit::FetchOptions>& options,
+                                                                quint32 defaultSourceTypes);
 // Fetch options applied to candidates. Asset fetches over the whole library leave
 // out shared-album assets unless asked for; other fetches take all source types.
 std::vector<OrvPhotoKit::ObjectPtr> applyOptions(std::vector<OrvPhotoKit::ObjectPtr> candidates,
@@ -36,8 +40,9 @@ inline constexpr quint32 librarySourceTypes = OrvPhotoKit::AssetSourceTypeUserLi
 // Options kept by a fetch's query (the caller's pointer does not outlive the call).
 std::optional<OrvPhotoKit::FetchOptions> copyOptions(const OrvPhotoKit::FetchOptions* options);
 // An album's assets in album order; the favourites smart album holds every favourite.
-std::vector<OrvPhotoKit::ObjectPtr> assetsOfAlbum(const State& state, const SimAssetCollection& album);
+std::vector<OrvPhotoKit::ObjectPtr> assetsOfAlbum(const State& state, const ModelAssetCollection& album);
+bool isFavoritesAlbum(const ModelAssetCollection& album);
 // User albums and folders: what lives at the top level or in folders.
 bool isUserCollection(const OrvPhotoKit::ObjectPtr& object);
 
-} // namespace OrvPhotoKitSim
+} // namespace OrvPhotoKitModel

@@ -1,14 +1,14 @@
-#include "OrvPhotoKitSimFetchEvaluation.h"
+#include "OrvPhotoKitModelFetchEvaluation.h"
 
-#include "OrvPhotoKitSimAssetCollection.h"
-#include "OrvPhotoKitSimPredicateEvaluator.h"
-#include "OrvPhotoKitSimState.h"
+#include "OrvPhotoKitModelAssetCollection.h"
+#include "OrvPhotoKitModelPredicateEvaluator.h"
+#include "OrvPhotoKitModelState.h"
 
 #include <algorithm>
 
 using namespace OrvPhotoKit;
 
-namespace OrvPhotoKitSim {
+namespace OrvPhotoKitModel {
 
 QVariant valueOf(const ObjectPtr& object, const QString& key)
 {
@@ -43,23 +43,56 @@ void sortObjects(std::vector<ObjectPtr>& objects, const SortDescriptors& descrip
 {
     if (descriptors.isEmpty())
         return;
-    // Sort keys read once per object: comparing through valueForKey would dominate large fetches.
+    // Sort keys read once per object, dates and numbers kept as numbers: comparing
+    // through valueForKey and QVariant would dominate large fetches.
+    struct Key
+    {
+        enum Kind : quint8 { Other, Time, Number };
+        QVariant value;
+        qint64 time = 0;
+        double number = 0;
+        Kind kind = Other;
+    };
     struct Keyed
     {
         ObjectPtr object;
-        QVariantList keys;
+        std::vector<Key> keys;
     };
     std::vector<Keyed> keyed;
     keyed.reserve(objects.size());
     for (ObjectPtr& object : objects) {
-        QVariantList keys;
-        for (const SortDescriptor& descriptor : descriptors)
-            keys.append(valueOf(object, descriptor.key));
+        std::vector<Key> keys(size_t(descriptors.size()));
+        for (qsizetype i = 0; i < descriptors.size(); ++i) {
+            Key& key = keys[size_t(i)];
+            key.value = valueOf(object, descriptors[i].key);
+            switch (key.value.typeId()) {
+            case QMetaType::QDateTime:
+                key.kind = Key::Time;
+                key.time = key.value.toDateTime().toMSecsSinceEpoch();
+                break;
+            case QMetaType::Bool:
+            case QMetaType::Int:
+            case QMetaType::LongLong:
+            case QMetaType::Double:
+                key.kind = Key::Number;
+                key.number = key.value.toDouble();
+                break;
+            default:
+                break;
+            }
+        }
         keyed.push_back({std::move(object), std::move(keys)});
     }
+    const auto compare = [](const Key& a, const Key& b) {
+        if (a.kind == b.kind && a.kind == Key::Time)
+            return a.time < b.time ? -1 : (a.time > b.time ? 1 : 0);
+        if (a.kind == b.kind && a.kind == Key::Number)
+            return a.number < b.number ? -1 : (a.number > b.number ? 1 : 0);
+        return compareValues(a.value, b.value);
+    };
     std::stable_sort(keyed.begin(), keyed.end(), [&](const Keyed& a, const Keyed& b) {
         for (qsizetype i = 0; i < descriptors.size(); ++i) {
-            const int c = compareValues(a.keys[i], b.keys[i]);
+            const int c = compare(a.keys[size_t(i)], b.keys[size_t(i)]);
             if (c != 0)
                 return descriptors[i].ascending ? c < 0 : c > 0;
         }
@@ -69,22 +102,27 @@ void sortObjects(std::vector<ObjectPtr>& objects, const SortDescriptors& descrip
         objects[i] = std::move(keyed[i].object);
 }
 
-std::vector<ObjectPtr> applyOptions(std::vector<ObjectPtr> candidates, const std::optional<FetchOptions>& options,
-                                    quint32 defaultSourceTypes)
+std::function<bool(const ObjectPtr&)> optionFilter(const std::optional<FetchOptions>& options, quint32 defaultSourceTypes)
 {
     const quint32 sourceTypes = options && options->includeAssetSourceTypes != AssetSourceTypeNone
         ? options->includeAssetSourceTypes
         : defaultSourceTypes;
-    const PredicateEvaluator predicate(options ? options->predicate : std::nullopt);
+    return [sourceTypes, predicate = PredicateEvaluator(options ? options->predicate : std::nullopt)](const ObjectPtr& object) {
+        if (object->kind() == ObjectKind::Asset && (static_cast<const ModelAsset&>(*object).sourceType() & sourceTypes) == 0)
+            return false;
+        return predicate.matches(object);
+    };
+}
+
+std::vector<ObjectPtr> applyOptions(std::vector<ObjectPtr> candidates, const std::optional<FetchOptions>& options,
+                                    quint32 defaultSourceTypes)
+{
+    const std::function<bool(const ObjectPtr&)> accepts = optionFilter(options, defaultSourceTypes);
     std::vector<ObjectPtr> result;
     result.reserve(candidates.size());
     for (ObjectPtr& object : candidates) {
-        if (object->kind() == ObjectKind::Asset
-            && (static_cast<const SimAsset&>(*object).spec().sourceType & sourceTypes) == 0)
-            continue;
-        if (!predicate.matches(object))
-            continue;
-        result.push_back(std::move(object));
+        if (accepts(object))
+            result.push_back(std::move(object));
     }
     if (options)
         sortObjects(result, options->sortDescriptors);
@@ -96,11 +134,15 @@ std::optional<FetchOptions> copyOptions(const FetchOptions* options)
     return options ? std::optional<FetchOptions>(*options) : std::nullopt;
 }
 
-std::vector<ObjectPtr> assetsOfAlbum(const State& state, const SimAssetCollection& album)
+bool isFavoritesAlbum(const ModelAssetCollection& album)
+{
+    return album.collectionKind() == CollectionKind::SmartAlbum && album.smartSubtype() == AssetCollectionSubtype::SmartAlbumFavorites;
+}
+
+std::vector<ObjectPtr> assetsOfAlbum(const State& state, const ModelAssetCollection& album)
 {
     std::vector<ObjectPtr> result;
-    if (album.collectionKind() == CollectionKind::SmartAlbum
-        && album.smartSubtype() == AssetCollectionSubtype::SmartAlbumFavorites) {
+    if (isFavoritesAlbum(album)) {
         for (const auto& asset : state.assets) {
             if (asset->isFavorite())
                 result.push_back(asset);
@@ -118,8 +160,8 @@ bool isUserCollection(const ObjectPtr& object)
 {
     if (object->kind() == ObjectKind::CollectionList)
         return true;
-    const auto* album = dynamic_cast<const SimAssetCollection*>(object.get());
+    const auto* album = dynamic_cast<const ModelAssetCollection*>(object.get());
     return album && album->collectionKind() == CollectionKind::UserAlbum;
 }
 
-} // namespace OrvPhotoKitSim
+} // namespace OrvPhotoKitModel

@@ -1,10 +1,8 @@
-#include "OrvPhotoKitSimQueue.h"
+#include "OrvSerialQueue.h"
 
-namespace OrvPhotoKitSim {
+OrvSerialQueue::OrvSerialQueue() : myState(std::make_shared<State>()), myThread(&OrvSerialQueue::run, myState) {}
 
-Queue::Queue() : myState(std::make_shared<State>()), myThread(&Queue::run, myState) {}
-
-Queue::~Queue()
+OrvSerialQueue::~OrvSerialQueue()
 {
     // The last owner may let go on the queue itself (from inside a task): then
     // the thread is left to end on its own, without the tasks still waiting.
@@ -21,7 +19,7 @@ Queue::~Queue()
         myThread.join();
 }
 
-void Queue::post(std::function<void()> task)
+void OrvSerialQueue::post(std::function<void()> task)
 {
     {
         std::lock_guard<std::mutex> lock(myState->mutex);
@@ -30,7 +28,7 @@ void Queue::post(std::function<void()> task)
     myState->wake.notify_one();
 }
 
-void Queue::waitIdle()
+void OrvSerialQueue::waitIdle()
 {
     if (isCurrentThread())
         return;
@@ -38,9 +36,9 @@ void Queue::waitIdle()
     myState->idle.wait(lock, [this] { return myState->tasks.empty() && !myState->busy; });
 }
 
-bool Queue::isCurrentThread() const { return std::this_thread::get_id() == myThread.get_id(); }
+bool OrvSerialQueue::isCurrentThread() const { return std::this_thread::get_id() == myThread.get_id(); }
 
-void Queue::run(const std::shared_ptr<State>& state)
+void OrvSerialQueue::run(const std::shared_ptr<State>& state)
 {
     std::unique_lock<std::mutex> lock(state->mutex);
     for (;;) {
@@ -52,7 +50,7 @@ void Queue::run(const std::shared_ptr<State>& state)
         state->busy = true;
         lock.unlock();
         task();
-        task = nullptr;  // may destroy the queue's owner, and the Queue with it
+        task = nullptr;  // may destroy the queue's owner, and the queue with it
         lock.lock();
         state->busy = false;
         if (state->tasks.empty())
@@ -63,5 +61,3 @@ void Queue::run(const std::shared_ptr<State>& state)
     left.swap(state->tasks);
     lock.unlock();
 }
-
-} // namespace OrvPhotoKitSim

@@ -1,13 +1,13 @@
-#include "OrvPhotoKitSimPredicateEvaluator.h"
+#include "OrvPhotoKitModelPredicateEvaluator.h"
 
-#include "OrvPhotoKitSimFetchEvaluation.h"
+#include "OrvPhotoKitModelFetchEvaluation.h"
 
 #include <QDebug>
 #include <QStringList>
 
 using namespace OrvPhotoKit;
 
-namespace OrvPhotoKitSim {
+namespace OrvPhotoKitModel {
 
 PredicateEvaluator::PredicateEvaluator(const std::optional<Predicate>& predicate)
 {
@@ -23,7 +23,7 @@ PredicateEvaluator::PredicateEvaluator(const std::optional<Predicate>& predicate
                                               QStringLiteral(">=")};
         if (parts.size() != 3 || parts[2] != QLatin1String("%@") || !operators.contains(parts[1])
             || argument >= predicate->arguments.size()) {
-            qDebug() << "PhotoKit simulation: unreadable predicate" << predicate->format;
+            qDebug() << "PhotoKit: unreadable predicate" << predicate->format;
             myBroken = true;
             return;
         }
@@ -55,4 +55,4 @@ bool PredicateEvaluator::matches(const ObjectPtr& object) const
     return true;
 }
 
-} // namespace OrvPhotoKitSim
+} // namespace OrvPhotoKitModel

@@ -1,15 +1,15 @@
 #pragma once
 
-// The PHFetchResultChangeDetails of the simulated library: what SimChange
-// found for one fetch result.
+// The PHFetchResultChangeDetails of a library model: what ModelChange found
+// for one fetch result.
 
 #include "OrvPhotoKit.h"
 
 #include <memory>
 
-namespace OrvPhotoKitSim {
+namespace OrvPhotoKitModel {
 
-class SimChangeDetails : public OrvPhotoKit::FetchResultChangeDetails
+class ModelChangeDetails : public OrvPhotoKit::FetchResultChangeDetails
 {
 public:
     OrvPhotoKit::FetchResultPtr before;
@@ -27,4 +27,4 @@ public:
     std::shared_ptr<const OrvPhotoKit::ObjectEnumeration> changedObjects() const override { return changed; }
 };
 
-} // namespace OrvPhotoKitSim
+} // namespace OrvPhotoKitModel

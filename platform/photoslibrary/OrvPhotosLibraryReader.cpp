@@ -1,0 +1,318 @@
+#include "OrvPhotosLibraryReader.h"
+
+#include "OrvPhotosLibrarySchema.h"
+#include "OrvPhotosLibraryStatement.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace OrvPhotosLibrary {
+
+namespace {
+
+const QString attributesTable = QStringLiteral("ZADDITIONALASSETATTRIBUTES");
+const QString albumTable = QStringLiteral("ZGENERICALBUM");
+
+// Core Data keeps dates as seconds since 2001-01-01 UTC.
+constexpr double coreDataEpoch = 978307200.0;
+// What a QDate can name and the plug-in can print: the years 1 to 9999.
+constexpr double earliestSeconds = -62135596800.0;
+constexpr double latestSeconds = 253402300799.0;
+constexpr int largestTimeZoneOffset = 18 * 3600;
+constexpr qint64 largestSide = 1 << 20;
+// ZSAVEDASSETTYPE of an item of a shared album.
+constexpr qint64 sharedAlbumItem = 4;
+constexpr qsizetype sliceSize = 500;
+
+QString keyList(const QList<qint64>& keys)
+{
+    QStringList numbers;
+    numbers.reserve(keys.size());
+    for (qint64 key : keys)
+        numbers.append(QString::number(key));
+    return numbers.join(QLatin1Char(','));
+}
+
+bool usableUuid(const QString& uuid)
+{
+    if (uuid.isEmpty() || uuid.size() > 64)
+        return false;
+    return std::all_of(uuid.cbegin(), uuid.cend(), [](QChar c) {
+        return c.unicode() > 0x20 && c.unicode() < 0x7f && c != QLatin1Char('/');
+    });
+}
+
+std::optional<qint64> milliseconds(const std::optional<double>& coreDataSeconds)
+{
+    if (!coreDataSeconds)
+        return std::nullopt;
+    const double unix = *coreDataSeconds + coreDataEpoch;
+    if (!(unix >= earliestSeconds && unix <= latestSeconds))
+        return std::nullopt;
+    return qint64(std::llround(unix * 1000.0));
+}
+
+} // namespace
+
+bool AlbumRow::operator==(const AlbumRow& other) const
+{
+    return primaryKey == other.primaryKey && kind == other.kind && title == other.title && uuid == other.uuid
+        && parent == other.parent && position == other.position && sortKey == other.sortKey && ascending == other.ascending;
+}
+
+Reader::Reader(sqlite3* db, const Schema& schema, Problems* problems) : myDb(db), mySchema(schema), myProblems(problems) {}
+
+QList<QList<qint64>> Reader::slices(const QList<qint64>& keys)
+{
+    QList<QList<qint64>> result;
+    for (qsizetype i = 0; i < keys.size(); i += sliceSize)
+        result.append(keys.mid(i, sliceSize));
+    return result;
+}
+
+QString Reader::attributesJoin() const
+{
+    if (!mySchema.hasTable(attributesTable) || !mySchema.hasColumn(mySchema.assetTable(), QStringLiteral("ZADDITIONALATTRIBUTES")))
+        return QString();
+    return QStringLiteral(" LEFT JOIN ZADDITIONALASSETATTRIBUTES aa ON aa.Z_PK = a.ZADDITIONALATTRIBUTES");
+}
+
+QString Reader::visible(const QString& alias) const
+{
+    // The predicate Photos' own triggers use for "in the library".
+    const QString table = mySchema.assetTable();
+    return QStringLiteral("COALESCE(%1, 0) = 0 AND COALESCE(%2, 0) = 0 AND COALESCE(%3, 0) = 0")
+        .arg(mySchema.column(alias, table, QStringLiteral("ZTRASHEDSTATE")),
+             mySchema.column(alias, table, QStringLiteral("ZHIDDEN")),
+             mySchema.column(alias, table, QStringLiteral("ZVISIBILITYSTATE")));
+}
+
+QString Reader::assetSelect() const
+{
+    const QString table = mySchema.assetTable();
+    const bool attributes = !attributesJoin().isEmpty();
+    const auto a = [&](const QStringList& columns) { return mySchema.column(QStringLiteral("a"), table, columns); };
+    const QString offset = attributes ? mySchema.column(QStringLiteral("aa"), attributesTable, QStringLiteral("ZTIMEZONEOFFSET"))
+                                      : QStringLiteral("NULL");
+    return QStringLiteral("SELECT a.Z_PK, a.ZUUID, %1, %2, %3, %4, %5, %6, %7, %8, %9, %10, %11 FROM %12 a%13 WHERE %14")
+        .arg(a({QStringLiteral("ZKIND")}), a({QStringLiteral("ZWIDTH")}), a({QStringLiteral("ZHEIGHT")}),
+             a({QStringLiteral("ZFAVORITE")}), a({QStringLiteral("ZDATECREATED")}), offset, a({QStringLiteral("ZLATITUDE")}),
+             a({QStringLiteral("ZLONGITUDE")}), a({QStringLiteral("ZSAVEDASSETTYPE")}),
+             a({QStringLiteral("ZADJUSTMENTTIMESTAMP")}), a({QStringLiteral("ZHASADJUSTMENTS"), QStringLiteral("ZADJUSTMENTSSTATE")}),
+             table, attributesJoin(), visible(QStringLiteral("a")));
+}
+
+std::vector<std::shared_ptr<const Asset>> Reader::assets(const QList<qint64>* keys)
+{
+    std::vector<std::shared_ptr<const Asset>> result;
+    QStringList queries;
+    if (!keys) {
+        queries.append(assetSelect() + QStringLiteral(" ORDER BY a.Z_PK"));
+    } else {
+        for (const QList<qint64>& slice : slices(*keys))
+            queries.append(assetSelect() + QStringLiteral(" AND a.Z_PK IN (%1) ORDER BY a.Z_PK").arg(keyList(slice)));
+    }
+    for (const QString& sql : std::as_const(queries)) {
+        Statement rows(myDb, sql);
+        while (rows.next()) {
+            Asset::Row row;
+            row.primaryKey = rows.integer(0);
+            row.uuid = rows.text(1);
+            if (!usableUuid(row.uuid)) {
+                note(QStringLiteral("assets without a usable identifier left out"));
+                continue;
+            }
+            const qint64 kind = rows.integer(2);
+            row.mediaType = kind == 1 ? Asset::Video : Asset::Image;
+            const qint64 width = rows.integer(3);
+            const qint64 height = rows.integer(4);
+            if (width < 0 || height < 0 || width > largestSide || height > largestSide)
+                note(QStringLiteral("assets with a pixel size out of range read without one"));
+            else {
+                row.width = int(width);
+                row.height = int(height);
+            }
+            row.favorite = rows.integer(5) != 0;
+            const std::optional<double> created = rows.real(6);
+            row.created = milliseconds(created);
+            if (created && !row.created)
+                note(QStringLiteral("assets with a creation date out of range read without one"));
+            if (!rows.isNull(7)) {
+                const qint64 offset = rows.integer(7, qint64(largestTimeZoneOffset) + 1);
+                if (offset >= -largestTimeZoneOffset && offset <= largestTimeZoneOffset)
+                    row.timeZoneOffset = int(offset);
+                else
+                    note(QStringLiteral("assets with a time zone offset out of range read without one"));
+            }
+            const std::optional<double> latitude = rows.real(8);
+            const std::optional<double> longitude = rows.real(9);
+            // -180/-180 is how Photos writes "no location".
+            if (latitude && longitude && !(*latitude == -180.0 && *longitude == -180.0)) {
+                if (*latitude >= -90.0 && *latitude <= 90.0 && *longitude >= -180.0 && *longitude <= 180.0)
+                    row.location = OrvPhotoKit::Location{{*latitude, *longitude}};
+                else
+                    note(QStringLiteral("assets with a location off the globe read without one"));
+            }
+            if (rows.integer(10) == sharedAlbumItem)
+                row.sourceType = OrvPhotoKit::AssetSourceTypeCloudShared;
+            if (rows.integer(12) != 0) {
+                const std::optional<double> adjusted = rows.real(11);
+                row.adjusted = adjusted && *adjusted != 0 ? *adjusted : 1.0;
+            }
+            result.push_back(std::make_shared<const Asset>(row));
+        }
+        if (rows.failed())
+            myError = rows.error();
+    }
+    return result;
+}
+
+std::vector<AlbumRow> Reader::albums()
+{
+    std::vector<AlbumRow> result;
+    if (!mySchema.hasTable(albumTable))
+        return result;
+    const auto g = [&](const QString& column) { return mySchema.column(QStringLiteral("g"), albumTable, column); };
+    const QString sql =
+        QStringLiteral("SELECT g.Z_PK, %1, %2, %3, %4, %5, %6, %7 FROM ZGENERICALBUM g WHERE COALESCE(%8, 0) = 0 "
+                       "AND %1 IN (2, 1505, 1508, 3998, 3999, 4000) ORDER BY COALESCE(%4, 0), COALESCE(%5, 0), g.Z_PK")
+            .arg(g(QStringLiteral("ZKIND")), g(QStringLiteral("ZTITLE")), g(QStringLiteral("ZUUID")),
+                 g(QStringLiteral("ZPARENTFOLDER")), g(QStringLiteral("Z_FOK_PARENTFOLDER")),
+                 g(QStringLiteral("ZCUSTOMSORTKEY")), g(QStringLiteral("ZCUSTOMSORTASCENDING")),
+                 g(QStringLiteral("ZTRASHEDSTATE")));
+    Statement rows(myDb, sql);
+    while (rows.next()) {
+        AlbumRow row;
+        row.primaryKey = rows.integer(0);
+        row.kind = int(rows.integer(1));
+        row.title = rows.text(2);
+        row.uuid = rows.text(3);
+        if (!usableUuid(row.uuid)) {
+            note(QStringLiteral("albums or folders without a usable identifier left out"));
+            continue;
+        }
+        if (!rows.isNull(4))
+            row.parent = rows.integer(4);
+        row.position = rows.integer(5);
+        row.sortKey = int(rows.integer(6));
+        row.ascending = rows.integer(7, 1) != 0;
+        result.push_back(row);
+    }
+    if (rows.failed())
+        myError = rows.error();
+    return result;
+}
+
+QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albums, const QList<qint64>* keys)
+{
+    QHash<qint64, QList<qint64>> result;
+    const Schema::AlbumAssets& join = mySchema.albumAssets();
+    if (join.table.isEmpty())
+        return result;
+    const QString attributes = attributesJoin();
+    const QString title = attributes.isEmpty() ? QStringLiteral("NULL")
+                                               : mySchema.column(QStringLiteral("aa"), attributesTable, QStringLiteral("ZTITLE"));
+    const QString select =
+        QStringLiteral("SELECT j.%1, j.%2, %3, %4, %5 FROM %6 j JOIN %7 a ON a.Z_PK = j.%2%8 WHERE %9")
+            .arg(join.album, join.asset, join.order.isEmpty() ? QStringLiteral("0") : QStringLiteral("j.") + join.order,
+                 mySchema.column(QStringLiteral("a"), mySchema.assetTable(), QStringLiteral("ZDATECREATED")), title,
+                 join.table, mySchema.assetTable(), attributes, visible(QStringLiteral("a")));
+    QStringList queries;
+    if (!keys) {
+        queries.append(select);
+    } else {
+        for (const QList<qint64>& slice : slices(*keys))
+            queries.append(select + QStringLiteral(" AND j.%1 IN (%2)").arg(join.album, keyList(slice)));
+    }
+
+    struct Entry
+    {
+        qint64 asset;
+        qint64 position;
+        std::optional<double> created;
+        QString title;
+    };
+    QHash<qint64, std::vector<Entry>> entries;
+    for (const QString& sql : std::as_const(queries)) {
+        Statement rows(myDb, sql);
+        while (rows.next()) {
+            const qint64 album = rows.integer(0);
+            if (albums.contains(album))
+                entries[album].push_back({rows.integer(1), rows.integer(2), rows.real(3), rows.text(4)});
+        }
+        if (rows.failed())
+            myError = rows.error();
+    }
+    for (auto it = entries.begin(); it != entries.end(); ++it) {
+        const AlbumRow& album = albums[it.key()];
+        std::vector<Entry>& list = it.value();
+        const auto byPosition = [](const Entry& a, const Entry& b) {
+            return a.position != b.position ? a.position < b.position : a.asset < b.asset;
+        };
+        std::sort(list.begin(), list.end(), byPosition);
+        if (album.sortKey == 1 || album.sortKey == 5) {
+            std::stable_sort(list.begin(), list.end(), [&](const Entry& a, const Entry& b) {
+                int c = 0;
+                if (album.sortKey == 1)
+                    c = a.created == b.created ? 0 : (!a.created || (b.created && *a.created < *b.created)) ? -1 : 1;
+                else
+                    c = a.title.compare(b.title, Qt::CaseInsensitive);
+                return album.ascending ? c < 0 : c > 0;
+            });
+        }
+        // An album that lists an asset twice shows it once, where it first appears.
+        QList<qint64> ordered;
+        QSet<qint64> seen;
+        for (const Entry& entry : list) {
+            if (!seen.contains(entry.asset)) {
+                seen.insert(entry.asset);
+                ordered.append(entry.asset);
+            } else {
+                note(QStringLiteral("albums listing an asset twice show it once"));
+            }
+        }
+        result.insert(it.key(), ordered);
+    }
+    return result;
+}
+
+QSet<qint64> Reader::albumsListing(const QList<qint64>& assetKeys)
+{
+    QSet<qint64> result;
+    const Schema::AlbumAssets& join = mySchema.albumAssets();
+    if (join.table.isEmpty())
+        return result;
+    for (const QList<qint64>& slice : slices(assetKeys)) {
+        Statement rows(myDb, QStringLiteral("SELECT DISTINCT %1 FROM %2 WHERE %3 IN (%4)")
+                                 .arg(join.album, join.table, join.asset, keyList(slice)));
+        while (rows.next())
+            result.insert(rows.integer(0));
+        if (rows.failed())
+            myError = rows.error();
+    }
+    return result;
+}
+
+QSet<qint64> Reader::assetsOwning(const QString& table, const QList<qint64>& keys)
+{
+    QSet<qint64> result;
+    QString sql;
+    if (mySchema.hasColumn(table, QStringLiteral("ZASSET")) && Statement::isPlainName(table))
+        sql = QStringLiteral("SELECT DISTINCT ZASSET FROM %1 WHERE Z_PK IN (%2)").arg(table);
+    else if (table == attributesTable && mySchema.hasColumn(mySchema.assetTable(), QStringLiteral("ZADDITIONALATTRIBUTES")))
+        sql = QStringLiteral("SELECT Z_PK FROM %1 WHERE ZADDITIONALATTRIBUTES IN (%2)").arg(mySchema.assetTable());
+    else
+        return result;
+    for (const QList<qint64>& slice : slices(keys)) {
+        Statement rows(myDb, sql.arg(keyList(slice)));
+        while (rows.next()) {
+            if (!rows.isNull(0))
+                result.insert(rows.integer(0));
+        }
+        if (rows.failed())
+            myError = rows.error();
+    }
+    return result;
+}
+
+} // namespace OrvPhotosLibrary
