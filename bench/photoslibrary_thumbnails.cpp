@@ -65,7 +65,9 @@ int main(int argc, char** argv)
         return 1;
     }
     const qint64 laidOutMs = sinceStart.elapsed();
-    // The grid's viewport is made exactly columns x rows cells (the splitter shares out what the window gains).
+    // Thumbnails of 256 px, a step of the browser's zoom; the grid's viewport is made exactly
+    // columns x rows cells (the splitter shares out what the window gains).
+    window.setThumbnailEdge(256);
     window.resize(1600, 1200);
     window.show();
     const QSize cell = window.gridView()->gridSize();
@@ -103,7 +105,7 @@ int main(int argc, char** argv)
     std::printf("first screen                %lld ms: album laid out %lld, window shown %lld, %d thumbnails of %d px in %lld ms "
                 "(%.1f ms each)%s\n",
                 static_cast<long long>(paintedMs), static_cast<long long>(laidOutMs), static_cast<long long>(shownMs),
-                int(visible.size()), OrvFotoGridModel::thumbnailSize().width(), static_cast<long long>(thumbnailsMs),
+                int(visible.size()), window.thumbnailEdge(), static_cast<long long>(thumbnailsMs),
                 visible.isEmpty() ? 0.0 : double(thumbnailsMs) / visible.size(), complete ? "" : " (timed out)");
     std::printf("memory                      peak %lld MiB\n", static_cast<long long>(OrvBench::statusField("VmHWM:") / 1024));
     if (failed > 0 || !complete) {

@@ -124,10 +124,6 @@
         <translation>verborgen</translation>
     </message>
     <message>
-        <source>sources still busy after %1 s; printing what arrived</source>
-        <translation>Quellen nach %1 s noch beschäftigt; gezeigt wird, was angekommen ist</translation>
-    </message>
-    <message>
         <source>no photo sources registered</source>
         <translation>keine Fotoquellen registriert</translation>
     </message>
@@ -150,10 +146,6 @@
     <message>
         <source>print JSON instead of text</source>
         <translation>JSON statt Text ausgeben</translation>
-    </message>
-    <message>
-        <source>the Photos library: a simulated library&apos;s description (JSON, platform/sim/README.md); the PhotoKit source shows it from macOS 10.15 on (see --os), the MediaLibrary source applephotos before</source>
-        <translation>die Fotos-Mediathek: die Beschreibung einer simulierten Mediathek (JSON, platform/sim/README.md); ab macOS 10.15 zeigt sie die PhotoKit-Quelle (siehe --os), davor die MediaLibrary-Quelle applephotos</translation>
     </message>
     <message>
         <source>the iPhoto library: its folder or its AlbumData.xml (default: the preference XMLDataFilePath or RootDirectory in $XDG_CONFIG_HOME/apple/iphoto.conf)</source>
@@ -471,17 +463,37 @@
         <source>%1 registered no initializer</source>
         <translation>%1 hat keinen Initialisierer registriert</translation>
     </message>
-</context>
-<context>
-    <name>OrvLibraryLocations</name>
     <message>
-        <source>cannot read %1: %2</source>
-        <translation>kann %1 nicht lesen: %2</translation>
+        <source>--dialog needs --screenshot</source>
+        <translation>--dialog braucht --screenshot</translation>
+    </message>
+    <message>
+        <source>sources still busy after %1 s without news; printing what arrived</source>
+        <translation>Quellen nach %1 s ohne Neues noch beschäftigt; es folgt, was angekommen ist</translation>
+    </message>
+    <message>
+        <source>the Photos library: a .photoslibrary folder, read as Photos wrote it and never changed (default: ~/Pictures/Photos Library.photoslibrary when there is one), or a simulated library&apos;s description (JSON, platform/sim/README.md); the PhotoKit source shows it from macOS 10.15 on (see --os), the MediaLibrary source applephotos a description before</source>
+        <translation>die Fotos-Mediathek: ein .photoslibrary-Ordner, gelesen, wie Fotos ihn schrieb, und nie verändert (Vorgabe: ~/Pictures/Photos Library.photoslibrary, wenn es sie gibt), oder die Beschreibung einer simulierten Mediathek (JSON, platform/sim/README.md); die PhotoKit-Quelle zeigt sie ab macOS 10.15 (siehe --os), die MediaLibrary-Quelle applephotos davor eine Beschreibung</translation>
+    </message>
+    <message>
+        <source>with --screenshot: that dialog open over the window</source>
+        <translation>mit --screenshot: dieser Dialog geöffnet über dem Fenster</translation>
+    </message>
+    <message>
+        <source>cannot read the Photos library %1: %2</source>
+        <translation>Fotos-Mediathek %1 nicht lesbar: %2</translation>
+    </message>
+    <message>
+        <source>this build cannot read Photos library packages (%1)</source>
+        <translation>dieser Build kann keine Fotos-Mediatheken lesen (%1)</translation>
     </message>
     <message>
         <source>%1 is no Photos library description</source>
         <translation>%1 ist keine Beschreibung einer Fotos-Mediathek</translation>
     </message>
+</context>
+<context>
+    <name>OrvLibraryLocations</name>
     <message>
         <source>not found: %1</source>
         <translation>nicht gefunden: %1</translation>

@@ -18,13 +18,18 @@ namespace OrvPlatformBackends {
 bool install(const Choice& choice)
 {
     QString message;
+    // What the user named is named in the message; the default library is the program's own guess.
+    const auto say = [&] {
+        err() << "orv-photos: " << (choice.photosLibrary.isEmpty() ? QString() : QStringLiteral("--photos-library: "))
+              << message << "\n";
+    };
 #ifdef __APPLE__
     if (choice.photosLibrary.isEmpty()) {
         OrvMacOS::installPhotoKit();
         OrvMacOS::installMediaLibrary();
     } else {
         if (!OrvPhotosLibraryChoice::install(choice.photosLibrary, &message)) {
-            err() << "orv-photos: " << message << "\n";
+            say();
             return false;
         }
         OrvMediaLibrarySim::install();
@@ -34,7 +39,7 @@ bool install(const Choice& choice)
     // A package, a description (read by the simulations when first asked), or the user's own library.
     const bool chosen = OrvPhotosLibraryChoice::install(choice.photosLibrary, &message);
     if (!message.isEmpty())
-        err() << "orv-photos: " << message << "\n";
+        say();
     if (!chosen)
         return false;
     OrvMediaLibrarySim::install();

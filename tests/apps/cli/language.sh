@@ -27,12 +27,12 @@ lacks() {
 # english TEXT / german TEXT: the tree of the sample libraries in that language, and nothing of the other.
 english() {
     has "$1" 'January 2013  \[1 photo\]' 'July 2012  \[3 photos\]' 'photokit \(Photos, type 4096, shown\): 8 photos' \
-        '  Years  \[0 photos\]' '  All Photos  \['
+        '  Years  \[6 photos\]' '  All Photos  \['
     lacks "$1" 'Januar |Juli |Fotos\]|Foto\]|Jahre|fotos'
 }
 german() {
     has "$1" 'Januar 2013  \[1 Foto\]' 'Juli 2012  \[3 Fotos\]' 'photokit \(Fotos, Typ 4096, sichtbar\): 8 Fotos' \
-        '  Jahre  \[0 Fotos\]' '  Alle Fotos  \['
+        '  Jahre  \[6 Fotos\]' '  Alle Fotos  \['
     lacks "$1" 'January|July|photos\]|photo\]|Years'
 }
 for system in C.UTF-8 de_DE.UTF-8; do

@@ -14,16 +14,16 @@ run() { "$program" --language en --os macos:13.0 "$@"; }
 print() { (cd "$library" && find . | LC_ALL=C sort && find . -type f -print0 | LC_ALL=C sort -z | xargs -0 sha1sum); }
 before=$(print)
 
-expected='  All Photos  [5 fotos]
-  Favorites  [2 fotos]
-  Years  [0 fotos]
-    2020  [5 fotos]
-  Empty Album  [0 fotos]
-  Farmers Market  [1 fotos]
-  Travel  [0 fotos]
-    San Juan Capistrano  [2 fotos]
-  Folder1  [0 fotos]
-    SubFolder1  [0 fotos]'
+expected='  All Photos  [5 photos]
+  Favorites  [2 photos]
+  Years  [5 photos]
+    2020  [5 photos]
+  Empty Album  [0 photos]
+  Farmers Market  [1 photo]
+  Travel  [2 photos]
+    San Juan Capistrano  [2 photos]
+  Folder1  [0 photos]
+    SubFolder1  [0 photos]'
 tree=$(run --photos-library "$library" tree --source photokit) || exit 1
 [ "$(echo "$tree" | tail -n +2)" = "$expected" ] || { echo "$tree"; exit 1; }
 

@@ -328,7 +328,7 @@ TEST(IPhotoParserFotos, DatesCountFromLocalMidnight2001)
 TEST(IPhotoParserAlbums, MidnightOfNewYearOpensTheNewYearsFirstMonth)
 {
     for (const char* zone : {"UTC", "Pacific/Kiritimati", "America/Adak"}) {
-        const TimeZone timeZone(zone);
+        const OrvTest::TimeZone timeZone(zone);
         const QDateTime epoch = OrvIPhotoDatabaseParser::iPhotoEpoch();
         auto at = [&](const QDateTime& moment) {
             return entry("DateAsTimerInterval", QByteArray::number(epoch.secsTo(moment)), "real");
