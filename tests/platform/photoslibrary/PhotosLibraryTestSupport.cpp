@@ -1,5 +1,6 @@
 #include "PhotosLibraryTestSupport.h"
 
+#include "OrvImageIOQt.h"
 #include "OrvPhotosLibraryPackage.h"
 #include "TestSupport.h"
 
@@ -148,6 +149,15 @@ void RealLibraryTest::SetUp()
     }
     before(library);
     before(realLibrary(QStringLiteral("photos8-macos-13.0.1-single.photoslibrary")));
+}
+
+bool RealLibraryTest::copyLibrary(const QStringList& copied)
+{
+    if (library.isEmpty())
+        return false;
+    OrvImageIOQt::install();
+    copy = std::make_unique<PackageCopy>(library, copied);
+    return true;
 }
 
 void RealLibraryTest::TearDown()

@@ -71,7 +71,11 @@ class RealLibraryTest : public ::testing::Test
 protected:
     void SetUp() override;
     void TearDown() override;
+    // A private copy of the real library in which these parts are copies (the rest links),
+    // with the image I/O its pictures are read through; false without a real library.
+    bool copyLibrary(const QStringList& copied);
     QString library;
+    std::unique_ptr<PackageCopy> copy;
 
 private:
     static const QMap<QString, QByteArray>& before(const QString& path);

@@ -63,9 +63,8 @@ protected:
     void SetUp() override
     {
         RealLibraryTest::SetUp();
-        if (library.isEmpty())
+        if (!copyLibrary(QStringList{QStringLiteral("database/Photos.sqlite")}))
             return;
-        copy = std::make_unique<PackageCopy>(library, QStringList{QStringLiteral("database/Photos.sqlite")});
         // Without the history, changes are found by comparing.
         if (GetParam() == Source::Comparison) {
             ASSERT_TRUE(copy->sql(QStringLiteral("DROP TABLE ACHANGE; DROP TABLE ATRANSACTION; DROP TABLE ATRANSACTIONSTRING;")));
@@ -127,7 +126,6 @@ protected:
         EXPECT_TRUE(observer->offMain());
     }
 
-    std::unique_ptr<PackageCopy> copy;
     std::shared_ptr<OrvPhotosLibrary::Package> package;
     std::shared_ptr<Observer> observer = std::make_shared<Observer>();
     FetchResultPtr all;

@@ -85,10 +85,8 @@ protected:
     void SetUp() override
     {
         RealLibraryTest::SetUp();
-        if (library.isEmpty())
+        if (!copyLibrary(QStringList{QStringLiteral("database/Photos.sqlite")}))
             return;
-        OrvImageIOQt::install();
-        copy = std::make_unique<PackageCopy>(library, QStringList{QStringLiteral("database/Photos.sqlite")});
     }
     // Opens the copy and checks that doing so wrote nothing into it.
     std::shared_ptr<OrvPhotosLibrary::Package> openUntouched()
@@ -98,7 +96,6 @@ protected:
         EXPECT_EQ(fingerprint(copy->path()), before);
         return package;
     }
-    std::unique_ptr<PackageCopy> copy;
 };
 
 } // namespace

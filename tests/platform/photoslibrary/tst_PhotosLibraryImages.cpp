@@ -128,7 +128,6 @@ protected:
         return result;
     }
 
-    std::unique_ptr<PackageCopy> copy;
     std::shared_ptr<OrvPhotosLibrary::Package> package;
 };
 

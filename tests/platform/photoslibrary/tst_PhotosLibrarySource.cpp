@@ -22,11 +22,9 @@ protected:
     void SetUp() override
     {
         RealLibraryTest::SetUp();
-        if (library.isEmpty())
+        if (!copyLibrary(QStringList{QStringLiteral("database/Photos.sqlite"), QStringLiteral("originals"),
+                                                                  QStringLiteral("resources")}))
             return;
-        OrvImageIOQt::install();
-        copy = std::make_unique<PackageCopy>(library, QStringList{QStringLiteral("database/Photos.sqlite"), QStringLiteral("originals"),
-                                                                  QStringLiteral("resources")});
         QString error;
         package = open(copy->path(), &error);
         ASSERT_TRUE(package) << error.toStdString();
@@ -66,7 +64,6 @@ protected:
         return result;
     }
 
-    std::unique_ptr<PackageCopy> copy;
     std::shared_ptr<OrvPhotosLibrary::Package> package;
     std::unique_ptr<OrvPhotoKitDatabase> database;
     QStringList inserted;

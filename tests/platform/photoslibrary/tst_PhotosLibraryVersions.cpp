@@ -21,10 +21,8 @@ protected:
     void SetUp() override
     {
         RealLibraryTest::SetUp();
-        if (library.isEmpty())
+        if (!copyLibrary(QStringList{QStringLiteral("database/Photos.sqlite"), QStringLiteral("resources/renders")}))
             return;
-        OrvImageIOQt::install();
-        copy = std::make_unique<PackageCopy>(library, QStringList{QStringLiteral("database/Photos.sqlite"), QStringLiteral("resources/renders")});
     }
     std::shared_ptr<OrvPhotosLibrary::Package> reopen()
     {
@@ -65,7 +63,6 @@ protected:
         return lines;
     }
 
-    std::unique_ptr<PackageCopy> copy;
 };
 
 } // namespace
