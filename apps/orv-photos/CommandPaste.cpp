@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include "OrvFotoDate.h"
+
 #include "OrvExternalDatabase.h"
 #include "OrvFotoRegistries.h"
 #include "OrvMimeConverterRegistry.h"
@@ -75,8 +77,8 @@ int commandPaste(const OrvArguments& parsed)
             continue;
         }
         ++resolved;
-        const QDateTime taken = foto.taken();
-        out() << "  " << foto.name() << "  " << (taken.isValid() ? taken.toString(Qt::ISODate) : QStringLiteral("-")) << "\n";
+        const QString taken = OrvFotoDate::toIsoString(foto.taken());
+        out() << "  " << OrvFotoDate::nameOf(foto) << "  " << (taken.isEmpty() ? QStringLiteral("-") : taken) << "\n";
     }
     return resolved == urls.size() ? 0 : 2;
 }

@@ -57,7 +57,7 @@ QJsonObject describeTree(quint32 type, OrvExternalDatabase* database)
         }
         const QUrl data = foto.dataUrl(FOTO_CACHE_SIZE_FULL);
         fotos.append(QJsonObject{{QStringLiteral("id"), urlText(foto.id())},
-                                 {QStringLiteral("name"), foto.name()},
+                                 {QStringLiteral("name"), OrvFotoDate::nameOf(foto)},
                                  {QStringLiteral("taken"), OrvFotoDate::toIsoString(foto.taken())},
                                  {QStringLiteral("rating"), foto.adobeRating()},
                                  {QStringLiteral("faces"), faces},

@@ -1,5 +1,7 @@
 #include "OrvFotoDate.h"
 
+#include "OrvExternalFoto.h"
+
 namespace {
 
 // The locale's time format without its zone ("t", "tt", ...), which would name
@@ -27,6 +29,34 @@ QString offsetText(int seconds)
 
 } // namespace
 
+bool OrvFotoDate::isStandIn(const QDateTime& taken)
+{
+    if (!taken.isValid())
+        return false;
+    const qint64 msecs = taken.toMSecsSinceEpoch();
+    return msecs >= 0 && msecs <= qint64(0xffffffff);
+}
+
+bool OrvFotoDate::isKnown(const QDateTime& taken) { return taken.isValid() && !isStandIn(taken); }
+
+QString OrvFotoDate::nameOf(const OrvExternalFoto& foto)
+{
+    const QString name = foto.name();
+    if (!isStandIn(foto.taken()) || !name.startsWith(QLatin1String("1970-")))
+        return name;
+    // Ids carry the asset's local identifier with its "/" escaped as "_2F".
+    QString first = foto.id().remoteId();
+    for (const QString& separator : {QStringLiteral("_2F"), QStringLiteral("/")}) {
+        const qsizetype at = first.indexOf(separator);
+        if (at >= 0)
+            first.truncate(at);
+    }
+    if (first.isEmpty())
+        return name;
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    return dot < 0 ? first : first + name.mid(dot);
+}
+
 QDateTime OrvFotoDate::shown(const QDateTime& taken)
 {
     return taken.isValid() && taken.timeSpec() == Qt::UTC ? taken.toLocalTime() : taken;
@@ -39,7 +69,7 @@ bool OrvFotoDate::knowsOffset(const QDateTime& taken)
 
 QString OrvFotoDate::toIsoString(const QDateTime& taken)
 {
-    if (!taken.isValid())
+    if (!isKnown(taken))
         return QString();
     const QDateTime clock = shown(taken);
     const QTime time = clock.time();
@@ -52,7 +82,7 @@ QString OrvFotoDate::toIsoString(const QDateTime& taken)
 
 QString OrvFotoDate::toDisplayString(const QDateTime& taken, QLocale::FormatType format, const QLocale& locale)
 {
-    if (!taken.isValid())
+    if (!isKnown(taken))
         return QString();
     const QDateTime clock = shown(taken);
     QString text = locale.toString(clock.date(), format) + QLatin1Char(' ')

@@ -86,9 +86,10 @@ void OrvFotoDetailsView::updateInfo()
     QStringList lines{myName};
     // The foto's own date, as the grid and the command line show it; what the file says only without one.
     const QDateTime recorded = myDatabase ? myDatabase->findExternalFoto(myFotoId).taken() : QDateTime();
-    const QDateTime taken = recorded.isValid() ? recorded : myMetaData.pictureTaken();
+    const QDateTime taken = OrvFotoDate::isKnown(recorded) ? recorded : myMetaData.pictureTaken();
     lines.append(tr("Aufgenommen: %1")
-                     .arg(taken.isValid() ? OrvFotoDate::toDisplayString(taken, QLocale::LongFormat) : tr("unbekannt")));
+                     .arg(OrvFotoDate::isKnown(taken) ? OrvFotoDate::toDisplayString(taken, QLocale::LongFormat)
+                                                      : tr("unbekannt")));
     const QSize pixels = myFull ? myPixelSize : myMetaData.preferredSize();
     if (pixels.isValid())
         lines.append(tr("Größe: %1 × %2 Pixel").arg(pixels.width()).arg(pixels.height()));

@@ -1,5 +1,7 @@
 #include "OrvFotoExporter.h"
 
+#include "OrvFotoDate.h"
+
 #include "OrvExternalFoto.h"
 #include "OrvFotoCacheManager.h"
 #include "OrvFotoRetriever.h"
@@ -91,7 +93,7 @@ OrvFotoExporter::Result OrvFotoExporter::write(const OrvExternalFoto& foto, OrvF
         }
     }
     // Originals go by the name of the file they were (the asset's original file name in Photos).
-    const QString fotoName = myOptions.full && !myOptions.format.isValid() ? foto.fileName() : foto.name();
+    const QString fotoName = myOptions.full && !myOptions.format.isValid() ? foto.fileName() : OrvFotoDate::nameOf(foto);
     const QString fileName = uniqueName(foto, fotoName, format.isValid() ? format.suffix() : QString());
     if (name)
         *name = fileName;

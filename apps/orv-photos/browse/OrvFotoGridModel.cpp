@@ -154,7 +154,8 @@ QVariant OrvFotoGridModel::data(const QModelIndex& index, int role) const
     case Qt::DisplayRole: {
         const OrvExternalFoto foto = fotoAt(index.row());
         const QString taken = OrvFotoDate::toDisplayString(foto.taken(), QLocale::ShortFormat);
-        return taken.isEmpty() ? foto.name() : foto.name() + QLatin1Char('\n') + taken;
+        const QString name = OrvFotoDate::nameOf(foto);
+        return taken.isEmpty() ? name : name + QLatin1Char('\n') + taken;
     }
     case Qt::ToolTipRole:
         return fotoAt(index.row()).id().toString();

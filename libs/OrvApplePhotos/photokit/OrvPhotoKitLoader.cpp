@@ -13,6 +13,7 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QMutexLocker>
+#include <QRandomGenerator>
 
 #include <algorithm>
 #include <mutex>
@@ -72,14 +73,6 @@ QString fotoName(const QDateTime& taken)
     text[19] = u'p';
     text[20] = u'g';
     return QString(reinterpret_cast<const QChar*>(text), 21);
-}
-
-// The name of a foto without a date: the asset's identifier up to its first "/"
-// (the UUID Photos gives it), the same on every run.
-QString undatedFotoName(const QString& localIdentifier)
-{
-    const QString uuid = localIdentifier.section(QLatin1Char('/'), 0, 0);
-    return (uuid.isEmpty() ? QStringLiteral("foto") : uuid) + QStringLiteral(".jpg");
 }
 
 FetchOptions localIdentifierOptions(const QString& localIdentifier)
@@ -160,8 +153,8 @@ Predicate OrvPhotoKitLoader::predicateForYear(int year)
 {
     const QDateTime start = OrvQt::local(QDate(year, 1, 1), QTime(0, 0));
     const QDateTime end = OrvQt::local(QDate(year + 1, 1, 1), QTime(0, 0));
-    // Midnight of New Year is the first instant of the new year, and of no other.
-    return Predicate{QStringLiteral("creationDate >= %@ AND creationDate < %@"), {start, end}};
+    // Strict on both sides: a photo taken exactly at midnight of New Year belongs to neither year.
+    return Predicate{QStringLiteral("creationDate > %@ AND creationDate < %@"), {start, end}};
 }
 
 // ---------------------------------------------------------------- authorization and changes
@@ -588,13 +581,18 @@ OrvExternalFoto OrvPhotoKitLoader::assetAdded(const AssetPtr& asset)
     const OrvGeoPosition position =
         location ? OrvGeoPosition(location->coordinate.latitude, location->coordinate.longitude) : OrvGeoPosition();
 
-    // No date at all stays no date: shown as none, in no year, and named by the asset itself.
+    // No date at all: a random moment in the first 49.7 days of 1970 (UTC), which the host
+    // program knows to show as no date (OrvFotoDate::isStandIn).
     const std::optional<QDateTime> created = asset->creationDate();
-    QDateTime taken = created && created->isValid() ? *created : QDateTime();
+    QDateTime taken;
+    if (created && created->isValid())
+        taken = *created;
+    else
+        taken = OrvQt::utcFromMSecs(qint64(QRandomGenerator::global()->generate64() & 0xffffffffu));
 
     taken = inZoneTakenIn(asset, taken);
 
-    const QString name = taken.isValid() ? fotoName(taken) : undatedFotoName(asset->localIdentifier());
+    const QString name = fotoName(taken);
     const QSize size(asset->pixelWidth(), asset->pixelHeight());
 
     OrvNativeMetaDataGeneric native;

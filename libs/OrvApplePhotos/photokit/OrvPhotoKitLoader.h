@@ -57,7 +57,7 @@ public:
 
     static OrvExternalId createIdForObject(const OrvPhotoKit::ObjectPtr& object);
     static QString localIdentifierForExternalId(const OrvExternalId& id);
-    // "creationDate >= start AND creationDate < start of next year", local calendar.
+    // "creationDate > start AND creationDate < start of next year", local calendar.
     static OrvPhotoKit::Predicate predicateForYear(int year);
     // The instant in the zone the asset was taken in, as its local creation
     // date tells; unchanged where it tells nothing. Fotos and their metadata

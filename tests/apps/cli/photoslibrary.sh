@@ -44,7 +44,7 @@ cat > "$d/drop.plist" <<'PLIST'
 <plist version="1.0"><dict><key>localIdentifier</key><string>F8EFA39F-7D26-4DC2-82FE-CC9357F19F00/L0/001</string>
 <key>mediaType</key><integer>1</integer></dict></plist>
 PLIST
-run --photos-library "$library" paste "$d/drop.plist" | grep -q '^  2020-08-12T154332.jpg  2020-08-12T15:43:32-07:00$' || exit 1
+run --photos-library "$library" paste "$d/drop.plist" | grep -Eq '^  2020-08-12T154332.jpg  2020-08-12T15:43:32(\.[0-9]+)?-07:00$' || exit 1
 
 # Without --photos-library: the user's own library.
 mkdir -p "$d/home/Pictures" && ln -s "$library" "$d/home/Pictures/Photos Library.photoslibrary"

@@ -3,6 +3,7 @@
 #include "OrvExternalFotoImplDataPhotoKit.h"
 #include "OrvFotoCacheManager.h"
 #include "OrvFotoRetrieverInterfacePhotoKit.h"
+#include "OrvFotoDate.h"
 #include "OrvQtCompat.h"
 #include "TestSupport.h"
 
@@ -67,9 +68,9 @@ TEST_F(PhotoKitTest, TreeWithAccessAlreadyGranted)
     EXPECT_EQ(library->authorizationRequestCount(), 0);
 }
 
-// Years are local: each starts at local midnight of New Year, which belongs to it alone.
-// (ctest runs this once more in a zone far from UTC.)
-TEST_F(PhotoKitTest, MidnightOfNewYearIsInTheNewYearAndInNoOther)
+// Years are local and strict on both sides: local midnight of New Year belongs to neither
+// year, the moments around it to theirs. (ctest runs this once more in a zone far from UTC.)
+TEST_F(PhotoKitTest, MidnightOfNewYearIsInNoYearAndTheMomentsAroundItInTheirs)
 {
     const QTime midnight(0, 0);
     const QTime lastMoment(23, 59, 59, 999);
@@ -80,11 +81,13 @@ TEST_F(PhotoKitTest, MidnightOfNewYearIsInTheNewYearAndInNoOther)
         QString year;
     } assets[] = {
         {QStringLiteral("y/1"), OrvQt::local(QDate(2020, 12, 31), lastMoment), QStringLiteral("2020")},
-        {QStringLiteral("y/2"), OrvQt::local(QDate(2021, 1, 1), midnight), QStringLiteral("2021")},
-        {QStringLiteral("y/3"), OrvQt::local(QDate(2021, 12, 31), lastMoment), QStringLiteral("2021")},
-        {QStringLiteral("y/4"), OrvQt::local(QDate(2022, 1, 1), midnight), QStringLiteral("2022")},
-        // Many cameras' clock before it is set.
-        {QStringLiteral("y/5"), OrvQt::local(QDate(2000, 1, 1), midnight), QStringLiteral("2000")},
+        {QStringLiteral("y/2"), OrvQt::local(QDate(2021, 1, 1), midnight), QString()},
+        {QStringLiteral("y/3"), OrvQt::local(QDate(2021, 1, 1), QTime(0, 0, 1)), QStringLiteral("2021")},
+        {QStringLiteral("y/4"), OrvQt::local(QDate(2021, 12, 31), lastMoment), QStringLiteral("2021")},
+        {QStringLiteral("y/5"), OrvQt::local(QDate(2022, 1, 1), midnight), QString()},
+        {QStringLiteral("y/6"), OrvQt::local(QDate(2022, 1, 1), QTime(0, 0, 0, 1)), QStringLiteral("2022")},
+        // Many cameras' clock before it is set: in no year either.
+        {QStringLiteral("y/7"), OrvQt::local(QDate(2000, 1, 1), midnight), QString()},
     };
     for (const auto& a : assets) {
         auto spec = asset(a.id, QString());
@@ -363,20 +366,17 @@ TEST_F(PhotoKitTest, FotoDataFollowsTheAsset)
     EXPECT_EQ(pool.findFoto(fotoId(QStringLiteral("p/3"))).taken().offsetFromUtc(), 0);
     EXPECT_FALSE(pool.findFoto(fotoId(QStringLiteral("p/3"))).position().isValid());
 
-    // Without a date: none shown and none stored, a name of its own that the next run gives again.
+    // Without a date: a random moment in the first 49.7 days of 1970 (UTC), named and stored as
+    // taken then; the host program shows it as no date.
     const OrvExternalFoto undated = pool.findFoto(fotoId(QStringLiteral("9F1C0D2E-0004/L0/001")));
-    EXPECT_FALSE(undated.taken().isValid());
-    EXPECT_EQ(undated.name(), QStringLiteral("9F1C0D2E-0004.jpg"));
-    EXPECT_FALSE(OrvSingleton<OrvFotoCacheManager>::instance()
-                     ->metaData(OrvFoto(OrvFotoKeyExternalService(database.get(), undated.id())))
-                     .pictureTaken()
-                     .isValid());
-    database.reset();
-    settle();
-    source().doLazyInit();
-    open(id(QStringLiteral("all")));
-    EXPECT_EQ(database->getExternalDataPoolConst().findFoto(fotoId(QStringLiteral("9F1C0D2E-0004/L0/001"))).name(),
-              QStringLiteral("9F1C0D2E-0004.jpg"));
+    EXPECT_GE(undated.taken().toMSecsSinceEpoch(), 0);
+    EXPECT_LE(undated.taken().toMSecsSinceEpoch(), qint64(0xffffffff));
+    EXPECT_TRUE(OrvFotoDate::isStandIn(undated.taken()));
+    EXPECT_EQ(undated.name(), undated.taken().toString(QStringLiteral("yyyy-MM-dd'T'HHmmss'.jpg'")));
+    EXPECT_EQ(OrvSingleton<OrvFotoCacheManager>::instance()
+                  ->metaData(OrvFoto(OrvFotoKeyExternalService(database.get(), undated.id())))
+                  .pictureTaken(),
+              undated.taken());
 
     // Beyond the fixed zones (more than 16 hours) no zone can be given: the instant stays as it was.
     const OrvExternalFoto banded = pool.findFoto(fotoId(QStringLiteral("p/5")));
