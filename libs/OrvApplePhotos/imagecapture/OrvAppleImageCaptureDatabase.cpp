@@ -177,10 +177,7 @@ QString OrvAppleImageCaptureDatabase::waitForDownload(const OrvExternalId& id) c
     entry.setWaitCondition(&condition);
     myDownloads.insert(id, entry);
     // Lock order: this mutex, then the interface's lock inside.
-    if (!myInterface->download(url, directory)) {
-        myDownloads.remove(id);
-        return {};
-    }
+    myInterface->download(url, directory);
 
     const WaitBounds bounds = waitBounds();
     const std::chrono::milliseconds interval(onMainThread ? bounds.mainIntervalMs : bounds.workerIntervalMs);
@@ -193,11 +190,11 @@ QString OrvAppleImageCaptureDatabase::waitForDownload(const OrvExternalId& id) c
             lock.lock();
         }
         path = myDownloads.value(id).uuidFilename();
-        if (!path.isEmpty() || myDownloads.value(id).isGone())
+        if (!path.isEmpty())
             break;
         condition.wait_for(lock, interval);
         path = myDownloads.value(id).uuidFilename();
-        if (!path.isEmpty() || myDownloads.value(id).isGone() || counter <= 0)
+        if (!path.isEmpty() || counter <= 0)
             break;
     }
     myDownloads.remove(id);
@@ -216,23 +213,6 @@ void OrvAppleImageCaptureDatabase::didDownloadFile(const CameraFilePtr& file, co
         entry->setUuidFilename(path);
         entry->waitCondition()->notify_all();
     }
-}
-
-void OrvAppleImageCaptureDatabase::cameraItemRemoved(const OrvExternalId& id, const OrvExternalId& albumId)
-{
-    bool listed = false;
-    {
-        std::lock_guard<std::mutex> lock(myDownloadMutex);
-        const auto entry = myDownloads.find(id);
-        if (entry != myDownloads.end() && entry->waitCondition()) {
-            entry->setGone();
-            entry->waitCondition()->notify_all();
-        }
-        listed = findAlbum(albumId).fotoIds().contains(id);
-    }
-    // Told outside the lock, as an album's removal is.
-    if (listed)
-        emit OrvExternalDatabase::fotoRemoved(id, albumId);
 }
 
 OrvDrawable OrvAppleImageCaptureDatabase::drawable(const OrvExternalId& id, const QSize& size) const

@@ -49,8 +49,6 @@ public:
     void cameraItemsAdded(const OrvExternalId& albumId, const QList<OrvImageCapture::CameraItemPtr>& items);
     void reportNewAvailableBitmap(const OrvImageCapture::CameraItemPtr& item, const QSize& size);
     void didDownloadFile(const OrvImageCapture::CameraFilePtr& file, const QString& path);
-    // An item gone from its device: out of its album, and whoever waits for it stops.
-    void cameraItemRemoved(const OrvExternalId& id, const OrvExternalId& albumId);
 
     // For the retrievers, from any thread. A valid size asks for the device's
     // thumbnail, an invalid one for the full image, downloaded.
@@ -58,8 +56,7 @@ public:
     QByteArray byteArray(const OrvExternalId& id) const;
     void fillMetaData(const OrvExternalId& id, OrvNativeMetaDataGeneric* metaData) const;
     // Downloads the item and waits for it; the local path, or empty when it
-    // did not arrive in time (at once for an item unknown or gone). The file is
-    // the caller's to remove.
+    // did not arrive in time. The file is the caller's to remove.
     QString waitForDownload(const OrvExternalId& id) const;
 
     // The application whose launch a device's plug-in can trigger: on macOS its

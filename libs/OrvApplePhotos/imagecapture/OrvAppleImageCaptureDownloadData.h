@@ -15,12 +15,8 @@ public:
     void setWaitCondition(std::condition_variable* waitCondition) { myWaitCondition = waitCondition; }
     const QString& uuidFilename() const { return myUuidFilename; }
     void setUuidFilename(const QString& path) { myUuidFilename = path; }
-    // The item is gone from its device: nothing will arrive.
-    bool isGone() const { return myGone; }
-    void setGone() { myGone = true; }
 
 private:
     std::condition_variable* myWaitCondition = nullptr;
     QString myUuidFilename;
-    bool myGone = false;
 };

@@ -102,25 +102,6 @@ void OrvAppleImageCaptureInterface::cameraDeviceDidAddItems(const CameraDevicePt
         myUrlItemDict.insert(key, pair);  // a later item with the same id replaces the earlier one
 }
 
-void OrvAppleImageCaptureInterface::cameraDeviceDidRemoveItem(const CameraDevicePtr& camera, const CameraItemPtr& item)
-{
-    if (!camera || !item || !myDatabase)
-        return;
-    // By its id: the device may tell of it through an item object other than the listed one.
-    const OrvExternalId id = myDatabase->createExternalIdItem(item);
-    {
-        std::lock_guard<std::recursive_mutex> lock(myLock);
-        const auto pair = myUrlItemDict.find(id.toUrl().toString());
-        if (pair == myUrlItemDict.end() || pair->device() != camera)
-            return;
-        const auto cache = myDeviceItemThumbnailDict.find(camera.get());
-        if (cache != myDeviceItemThumbnailDict.end())
-            cache->remove(pair->item().get());
-        myUrlItemDict.erase(pair);
-    }
-    myDatabase->cameraItemRemoved(id, myDatabase->createExternalIdDevice(camera));
-}
-
 void OrvAppleImageCaptureInterface::deviceDidBecomeReadyWithCompleteContentCatalog(const CameraDevicePtr& camera)
 {
     if (!camera || !myDatabase)
@@ -316,16 +297,16 @@ QString OrvAppleImageCaptureInterface::uniqueFilename(const QString& itemName)
     return base + QLatin1Char('-') + QUuid::createUuid().toString(QUuid::WithBraces) + QLatin1Char('.') + suffix;
 }
 
-bool OrvAppleImageCaptureInterface::download(const QString& url, const QString& saveDirectory)
+void OrvAppleImageCaptureInterface::download(const QString& url, const QString& saveDirectory)
 {
     std::lock_guard<std::recursive_mutex> lock(myLock);
     const auto pair = myUrlItemDict.constFind(url);
     if (pair == myUrlItemDict.cend() || !pair->item() || !isImageOrMovie(pair->item()))
-        return false;
+        return;
     const auto file = std::dynamic_pointer_cast<const CameraFile>(pair->item());
     const CameraDevicePtr device = file ? file->device() : CameraDevicePtr();
     if (!device)
-        return false;
+        return;
     DownloadOptions options;
     QString directory = saveDirectory;
     if (!directory.endsWith(QLatin1Char('/')))
@@ -334,7 +315,6 @@ bool OrvAppleImageCaptureInterface::download(const QString& url, const QString& 
     options.saveAsFilename = uniqueFilename(file->name());
     options.overwrite = true;
     device->requestDownloadFile(file, options, weak_from_this(), nullptr);
-    return true;
 }
 
 void OrvAppleImageCaptureInterface::didDownloadFile(const CameraFilePtr& file, const OptionalError& error,

@@ -36,8 +36,7 @@ public:
 
     // Callable from any thread; an unknown id gives nothing and does nothing.
     QImage thumbnailForUrl(const QString& url);
-    // False when nothing is downloaded: the item is unknown, or gone from its device.
-    bool download(const QString& url, const QString& saveDirectory);
+    void download(const QString& url, const QString& saveDirectory);
     void fillMetaData(OrvNativeMetaDataGeneric* metaData, const QString& url);
     QString sourceFilenameForUrl(const QString& url);
     bool isAutostart(const QString& deviceUrl);
@@ -60,8 +59,6 @@ public:
     void deviceDidCloseSession(const OrvImageCapture::DevicePtr& device, const OrvImageCapture::OptionalError& error) override;
     void cameraDeviceDidAddItems(const OrvImageCapture::CameraDevicePtr& camera,
                                  const QList<OrvImageCapture::CameraItemPtr>& items) override;
-    void cameraDeviceDidRemoveItem(const OrvImageCapture::CameraDevicePtr& camera,
-                                   const OrvImageCapture::CameraItemPtr& item) override;
     void deviceDidBecomeReadyWithCompleteContentCatalog(const OrvImageCapture::CameraDevicePtr& camera) override;
     bool cameraDeviceShouldGetThumbnailOfItem(const OrvImageCapture::CameraDevicePtr& camera,
                                               const OrvImageCapture::CameraItemPtr& item) override;
