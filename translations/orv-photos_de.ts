@@ -520,10 +520,6 @@
         <translation>%1 → %2 (schon vorhanden, übersprungen)</translation>
     </message>
     <message>
-        <source>%1 → %2 (skipped if %3 has its size)</source>
-        <translation>%1 → %2 (übersprungen, wenn %3 gleich groß ist)</translation>
-    </message>
-    <message>
         <source>%1 → %2</source>
         <translation>%1 → %2</translation>
     </message>

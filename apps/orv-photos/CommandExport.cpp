@@ -155,17 +155,16 @@ int planExport(const OrvExternalFotoList& fotos, const QString& outDir, const Or
             fail("export") << OrvCommandLine::tr("no free name for %1").arg(source) << "\n";
             continue;
         }
-        if (target.skip) {
-            out() << OrvCommandLine::tr("%1 → %2 (there already, skipped)").arg(source, target.name) << "\n";
+        // Names only: nothing is fetched to compare sizes.
+        if (target.skip || !target.existing.isEmpty()) {
+            out() << OrvCommandLine::tr("%1 → %2 (there already, skipped)")
+                         .arg(source, target.skip ? target.name : target.existing)
+                  << "\n";
             ++skipped;
             continue;
         }
         ++named;
-        if (!target.existing.isEmpty())
-            out() << OrvCommandLine::tr("%1 → %2 (skipped if %3 has its size)").arg(source, target.name, target.existing)
-                  << "\n";
-        else
-            out() << OrvCommandLine::tr("%1 → %2").arg(source, target.name) << "\n";
+        out() << OrvCommandLine::tr("%1 → %2").arg(source, target.name) << "\n";
     }
     const QString shownPath = QDir::cleanPath(QFileInfo(outDir).absoluteFilePath());
     out() << OrvCommandLine::tr("would write %1 of %2 to %3").arg(named).arg(photoCount(fotos.size()), shownPath)

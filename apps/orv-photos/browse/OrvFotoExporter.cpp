@@ -59,16 +59,21 @@ void OrvFotoExporter::giveBack(Writer* writer)
     myIdle.push_back(writer);
 }
 
+bool OrvFotoExporter::isThere(Writer* writer, OrvUserFile* file, const QString& firstName, QString* why) const
+{
+    const QFileInfo there(myPath + QLatin1Char('/') + firstName);
+    if (firstName.isEmpty() || !there.isFile() || there.isSymLink() || there.size() != file->size())
+        return false;
+    writer->same = true;
+    writer->existing = firstName;
+    *why = QStringLiteral("%1 exists").arg(firstName);
+    return true;
+}
+
 bool OrvFotoExporter::accepts(Writer* writer, OrvUserFile* file, QString* name, QString* why)
 {
-    if (!writer->existing.isEmpty()) {
-        const QFileInfo there(myPath + QLatin1Char('/') + writer->existing);
-        if (there.isFile() && !there.isSymLink() && there.size() == file->size()) {
-            writer->same = true;
-            *why = QStringLiteral("%1 exists").arg(writer->existing);
-            return false;
-        }
-    }
+    if (isThere(writer, file, writer->existing, why))
+        return false;
     const OrvMediaFormat named{QFileInfo(*name)};
     OrvMediaFormat found;
     const OrvMediaCheck::Verdict verdict = OrvMediaCheck::check(file, named, &found);
@@ -77,8 +82,12 @@ bool OrvFotoExporter::accepts(Writer* writer, OrvUserFile* file, QString* name, 
     const bool renamable = myOptions.full && !myOptions.format.isValid() && found.isValid()
         && found.code() != OrvMediaFormat::Raw;
     if (verdict == OrvMediaCheck::OtherKind && renamable && OrvMediaCheck::check(file, found) == OrvMediaCheck::Whole) {
+        const QString wanted = QFileInfo(*name).completeBaseName() + QLatin1Char('.') + found.suffix();
+        // Named by what it holds, it is compared with the file of that name.
+        if (myOptions.skipExisting && isThere(writer, file, OrvTargetFolder::fittingName(wanted), why))
+            return false;
         std::lock_guard<std::mutex> lock(myNamesMutex);
-        const QString renamed = reserveLocked(QFileInfo(*name).completeBaseName() + QLatin1Char('.') + found.suffix());
+        const QString renamed = reserveLocked(wanted);
         if (!renamed.isEmpty()) {
             // Reserved until the write ends, as the first name is.
             myUsed.remove(name->toLower());
@@ -222,7 +231,7 @@ OrvFotoExporter::Result OrvFotoExporter::write(const OrvExternalFoto& foto, cons
     else if (!written)
         result = tried && folder.folderRefused() ? FolderRefused : tried && folder.writeFailed() ? WriteFailed : Nothing;
     if (name)
-        *name = result == Skipped ? target.existing : written ? folder.createdName() : fileName;
+        *name = result == Skipped ? writer->existing : written ? folder.createdName() : fileName;
     if (error && result != Written)
         *error = folder.errorString();
     writer->existing.clear();

@@ -83,6 +83,8 @@ private:
     void giveBack(Writer* writer);
     // The check of every file written: a whole image of the kind its name says.
     bool accepts(Writer* writer, OrvUserFile* file, QString* name, QString* why);
+    // Whether the folder holds a regular file firstName of file's size (then the writer says so).
+    bool isThere(Writer* writer, OrvUserFile* file, const QString& firstName, QString* why) const;
     QString wantedName(const OrvExternalFoto& foto) const;
     // name made unique in the folder and among the reserved ones, and reserved; caller holds myNamesMutex.
     QString reserveLocked(const QString& name);
