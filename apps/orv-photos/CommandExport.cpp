@@ -201,7 +201,16 @@ int commandExport(const OrvArguments& arguments)
     OrvExternalDatabase* database = findSource(service, "export");
     if (!database)
         return 1;
-    openAllAlbums({database}, waitMs);
+    // A device's catalogue says when it is complete: once it has the album, no quiet time is waited for.
+    const auto albumThere = [database, &albumName] {
+        const OrvExternalAlbumList albums = database->albums();
+        for (const OrvExternalAlbum& album : albums) {
+            if (album.url().toString() == albumName || album.url().toString(QUrl::FullyEncoded) == albumName)
+                return true;
+        }
+        return albums.findAlbumIdByVisibleName(albumName).isValid();
+    };
+    openAllAlbums({database}, waitMs, waitMs > 0 ? std::function<bool()>(albumThere) : std::function<bool()>());
     const OrvExternalId albumId = findAlbum(database, albumName, "export");
     if (!albumId.isValid())
         return 1;
