@@ -5,6 +5,7 @@
 #include "BrowserTestSupport.h"
 #include "OrvExportJob.h"
 #include "OrvExternalFotoImplData.h"
+#include "OrvFotoRetriever.h"
 #include "TestSupport.h"
 
 #include <gtest/gtest.h>
