@@ -1,137 +1,19 @@
 #include "Commands.h"
 
 #include "OrvExportJob.h"
+#include "OrvExportProgress.h"
 #include "OrvExternalDatabase.h"
 #include "OrvFotoExporter.h"
 #include "OrvFotoRetriever.h"
-#include "OrvMediaLoader.h"
+#include "OrvInterruptGuard.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFileInfo>
-#include <QSocketNotifier>
-
-#include <csignal>
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <memory>
 
 namespace {
-
-// SIGINT and SIGTERM as a byte on a pipe, read by the event loop.
-int interruptPipe[2] = {-1, -1};
-
-void onInterrupt(int)
-{
-    const char byte = 1;
-    [[maybe_unused]] const ssize_t ignored = ::write(interruptPipe[1], &byte, 1);
-}
-
-// Catches SIGINT and SIGTERM while it lives; the first one calls stop, a second one ends the program as usual.
-class OrvInterruptGuard
-{
-public:
-    explicit OrvInterruptGuard(const std::function<void()>& stop)
-    {
-        if (::pipe2(interruptPipe, O_CLOEXEC | O_NONBLOCK) != 0)
-            return;
-        myNotifier = std::make_unique<QSocketNotifier>(interruptPipe[0], QSocketNotifier::Read);
-        QObject::connect(myNotifier.get(), &QSocketNotifier::activated, [this, stop] {
-            char byte = 0;
-            while (::read(interruptPipe[0], &byte, 1) > 0) {
-            }
-            restore();
-            stop();
-        });
-        struct sigaction action {};
-        action.sa_handler = onInterrupt;
-        sigemptyset(&action.sa_mask);
-        ::sigaction(SIGINT, &action, &myOldInt);
-        ::sigaction(SIGTERM, &action, &myOldTerm);
-        myInstalled = true;
-    }
-    ~OrvInterruptGuard()
-    {
-        restore();
-        myNotifier.reset();
-        for (int& fd : interruptPipe) {
-            if (fd >= 0)
-                ::close(fd);
-            fd = -1;
-        }
-    }
-
-private:
-    void restore()
-    {
-        if (!myInstalled)
-            return;
-        myInstalled = false;
-        ::sigaction(SIGINT, &myOldInt, nullptr);
-        ::sigaction(SIGTERM, &myOldTerm, nullptr);
-    }
-
-    std::unique_ptr<QSocketNotifier> myNotifier;
-    struct sigaction myOldInt {};
-    struct sigaction myOldTerm {};
-    bool myInstalled = false;
-};
-
-// On a terminal one line redrawn in place; elsewhere a line per foto.
-class OrvExportProgress
-{
-public:
-    explicit OrvExportProgress(int total) : myTotal(total), myTerminal(::isatty(STDOUT_FILENO) == 1) { myClock.start(); }
-
-    void fotoDone(int result, const QString& name, qint64 bytes)
-    {
-        ++myDone;
-        myBytes += bytes;
-        if (!myTerminal) {
-            if (result == OrvFotoExporter::Written)
-                out() << OrvCommandLine::tr("wrote %1 (%2 of %3)").arg(name).arg(myDone).arg(myTotal) << "\n";
-            else if (result == OrvFotoExporter::Skipped)
-                out() << OrvCommandLine::tr("skipped %1, it is there already (%2 of %3)").arg(name).arg(myDone).arg(myTotal)
-                      << "\n";
-            out().flush();
-            return;
-        }
-        // Redrawn a few times a second at most: a terminal is slower than a fast camera.
-        if (myDone < myTotal && myShown.isValid() && myShown.elapsed() < 100)
-            return;
-        myShown.start();
-        const double seconds = qMax<qint64>(1, myClock.elapsed()) / 1000.0;
-        const int width = 20;
-        const int filled = myTotal > 0 ? int(qint64(myDone) * width / myTotal) : width;
-        const QString shownName = name.size() > 40 ? name.left(39) + QChar(0x2026) : name;
-        out() << "\r[" << QString(filled, QLatin1Char('#')) << QString(width - filled, QLatin1Char('.')) << "] "
-              << OrvCommandLine::tr("%1 of %2").arg(myDone).arg(myTotal) << "  "
-              << OrvCommandLine::tr("%1 photos/s").arg(myDone / seconds, 0, 'f', 1) << "  "
-              << OrvCommandLine::tr("%1 MB/s").arg(myBytes / seconds / 1e6, 0, 'f', 1) << "  " << shownName << "\x1b[K";
-        out().flush();
-        myDirty = true;
-    }
-    // Before any other line: the bar's line is cleared.
-    void clear()
-    {
-        if (!myDirty)
-            return;
-        myDirty = false;
-        out() << "\r\x1b[K";
-        out().flush();
-    }
-
-private:
-    const int myTotal;
-    const bool myTerminal;
-    int myDone = 0;
-    qint64 myBytes = 0;
-    bool myDirty = false;
-    QElapsedTimer myClock;
-    QElapsedTimer myShown;
-};
 
 QString skippedText(int skipped)
 {
