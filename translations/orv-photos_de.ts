@@ -232,10 +232,6 @@
         <translation>die Fotos eines Albums in einen Ordner schreiben</translation>
     </message>
     <message>
-        <source>Writes the photos of one album into DIR through the source&apos;s retrievers, with new names where a name is taken. Exit status: 0 all written, 1 a mistake in what was asked (source, album, argument), 2 some photos could not be written.</source>
-        <translation>Schreibt die Fotos eines Albums über die Retriever der Quelle nach DIR, mit neuen Namen, wo ein Name vergeben ist. Rückgabewert: 0 alle geschrieben, 1 ein Fehler im Auftrag (Quelle, Album, Argument), 2 einige Fotos konnten nicht geschrieben werden.</translation>
-    </message>
-    <message>
         <source>the album, by its name or its id URL</source>
         <translation>das Album, mit seinem Namen oder seiner Kennungs-URL</translation>
     </message>
@@ -490,6 +486,62 @@
     <message>
         <source>%1 is no Photos library description</source>
         <translation>%1 ist keine Beschreibung einer Fotos-Mediathek</translation>
+    </message>
+    <message>
+        <source>wrote %1 (%2 of %3)</source>
+        <translation>%1 geschrieben (%2 von %3)</translation>
+    </message>
+    <message>
+        <source>skipped %1, it is there already (%2 of %3)</source>
+        <translation>%1 übersprungen, schon vorhanden (%2 von %3)</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+    <message>
+        <source>%1 photos/s</source>
+        <translation>%1 Fotos/s</translation>
+    </message>
+    <message>
+        <source>%1 MB/s</source>
+        <translation>%1 MB/s</translation>
+    </message>
+    <message>
+        <source>; %1 skipped, there already</source>
+        <translation>; %1 übersprungen, schon vorhanden</translation>
+    </message>
+    <message>
+        <source>no free name for %1</source>
+        <translation>kein freier Name für %1</translation>
+    </message>
+    <message>
+        <source>%1 → %2 (there already, skipped)</source>
+        <translation>%1 → %2 (schon vorhanden, übersprungen)</translation>
+    </message>
+    <message>
+        <source>%1 → %2</source>
+        <translation>%1 → %2</translation>
+    </message>
+    <message>
+        <source>would write %1 of %2 to %3</source>
+        <translation>würde %1 von %2 nach %3 schreiben</translation>
+    </message>
+    <message>
+        <source>interrupted</source>
+        <translation>unterbrochen</translation>
+    </message>
+    <message>
+        <source>Writes the photos of one album into DIR through the source&apos;s retrievers, with new names where a name is taken. Exit status: 0 all written, 1 a mistake in what was asked (source, album, argument), 2 some photos could not be written, 130 interrupted (SIGINT or SIGTERM: the photos being written are finished, no new one is begun). Shows a line per photo, on a terminal a progress bar.</source>
+        <translation>Schreibt die Fotos eines Albums über die Retriever der Quelle nach DIR, mit neuen Namen, wo ein Name vergeben ist. Rückgabewert: 0 alle geschrieben, 1 ein Fehler im Auftrag (Quelle, Album, Argument), 2 einige Fotos konnten nicht geschrieben werden, 130 unterbrochen (SIGINT oder SIGTERM: die Fotos, die gerade geschrieben werden, werden fertig, kein neues wird begonnen). Zeigt eine Zeile je Foto, im Terminal einen Fortschrittsbalken.</translation>
+    </message>
+    <message>
+        <source>leave out a photo whose file is in DIR already under the name it would be written under (counted as skipped): with --size full --format original when that file has the size of the one fetched, otherwise by the name alone, before fetching</source>
+        <translation>ein Foto auslassen, dessen Datei unter dem Namen, den es bekäme, schon in DIR liegt (als übersprungen gezählt): mit --size full --format original, wenn diese Datei so groß ist wie die geholte, sonst allein nach dem Namen, vor dem Holen</translation>
+    </message>
+    <message>
+        <source>print what would be written (the source&apos;s name, the name in DIR) and the counts; write nothing and make no folder</source>
+        <translation>ausgeben, was geschrieben würde (der Name in der Quelle, der Name in DIR), und die Anzahlen; nichts schreiben und keinen Ordner anlegen</translation>
     </message>
 </context>
 <context>

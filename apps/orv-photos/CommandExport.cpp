@@ -1,16 +1,60 @@
 #include "Commands.h"
 
+#include "OrvExportJob.h"
+#include "OrvExportProgress.h"
 #include "OrvExternalDatabase.h"
-#include "OrvFotoCacheManager.h"
-#include "OrvFotoRetriever.h"
-#include "OrvMediaLoader.h"
 #include "OrvFotoExporter.h"
+#include "OrvFotoRetriever.h"
+#include "OrvInterruptGuard.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFileInfo>
-#include <QSet>
 
 #include <memory>
+
+namespace {
+
+QString skippedText(int skipped)
+{
+    return skipped > 0 ? OrvCommandLine::tr("; %1 skipped, there already").arg(skipped) : QString();
+}
+
+// What would be written, by the names the fotos would get; nothing is made.
+int planExport(const OrvExternalFotoList& fotos, const QString& outDir, const OrvFotoExporter::Options& options)
+{
+    OrvFotoExporter exporter(outDir, options, true);
+    if (!exporter.isOpen() && QFileInfo(outDir).exists()) {
+        fail("export") << OrvCommandLine::tr("cannot create %1: %2").arg(outDir, exporter.errorString()) << "\n";
+        return 1;
+    }
+    int named = 0;
+    int skipped = 0;
+    for (const OrvExternalFoto& foto : fotos) {
+        const OrvFotoExporter::Target target = exporter.reserve(foto);
+        const QString source = exporter.sourceName(foto).isEmpty() ? foto.id().toString() : exporter.sourceName(foto);
+        if (target.name.isEmpty()) {
+            fail("export") << OrvCommandLine::tr("no free name for %1").arg(source) << "\n";
+            continue;
+        }
+        // Names only: nothing is fetched to compare sizes.
+        if (target.skip || !target.existing.isEmpty()) {
+            out() << OrvCommandLine::tr("%1 → %2 (there already, skipped)")
+                         .arg(source, target.skip ? target.name : target.existing)
+                  << "\n";
+            ++skipped;
+            continue;
+        }
+        ++named;
+        out() << OrvCommandLine::tr("%1 → %2").arg(source, target.name) << "\n";
+    }
+    const QString shownPath = QDir::cleanPath(QFileInfo(outDir).absoluteFilePath());
+    out() << OrvCommandLine::tr("would write %1 of %2 to %3").arg(named).arg(photoCount(fotos.size()), shownPath)
+          << skippedText(skipped) << "\n";
+    return named + skipped == fotos.size() ? 0 : 2;
+}
+
+} // namespace
 
 int commandExport(const OrvArguments& arguments)
 {
@@ -39,7 +83,16 @@ int commandExport(const OrvArguments& arguments)
     OrvExternalDatabase* database = findSource(service, "export");
     if (!database)
         return 1;
-    openAllAlbums({database}, waitMs);
+    // A device's catalogue says when it is complete: once it has the album, no quiet time is waited for.
+    const auto albumThere = [database, &albumName] {
+        const OrvExternalAlbumList albums = database->albums();
+        for (const OrvExternalAlbum& album : albums) {
+            if (album.url().toString() == albumName || album.url().toString(QUrl::FullyEncoded) == albumName)
+                return true;
+        }
+        return albums.findAlbumIdByVisibleName(albumName).isValid();
+    };
+    openAllAlbums({database}, waitMs, waitMs > 0 ? std::function<bool()>(albumThere) : std::function<bool()>());
     const OrvExternalId albumId = findAlbum(database, albumName, "export");
     if (!albumId.isValid())
         return 1;
@@ -48,39 +101,62 @@ int commandExport(const OrvArguments& arguments)
     options.full = full;
     options.edge = edge;
     options.format = format;
-    OrvFotoExporter exporter(outDir, options);
-    if (!exporter.isOpen()) {
-        fail("export") << OrvCommandLine::tr("cannot create %1: %2").arg(outDir, exporter.errorString()) << "\n";
-        return 1;
-    }
+    options.skipExisting = arguments.isSet(QStringLiteral("skip-existing"));
     // A folder: the fotos of its albums.
     const OrvExternalFotoList fotos = database->getExternalDataPoolConst().fotosInAlbumTree(albumId);
-    int written = 0;
-    bool refused = false;
-    for (const OrvExternalFoto& foto : fotos) {
-        if (refused)
-            break;
-        const std::unique_ptr<OrvFotoRetrieverInterface> retriever(database->createRetrieverInterface(foto.id()));
-        QString name;
-        switch (exporter.write(foto, retriever.get(), &name)) {
-        case OrvFotoExporter::Written:
-            ++written;
-            break;
-        case OrvFotoExporter::WriteFailed:
-            fail("export") << OrvCommandLine::tr("cannot write %1: %2").arg(exporter.folderPath() + QLatin1Char('/') + name, exporter.errorString())
-                           << "\n";
-            break;
-        case OrvFotoExporter::FolderRefused:
-            // Said once: every other foto would fail alike.
-            fail("export") << OrvCommandLine::tr("cannot write into %1: %2").arg(exporter.folderPath(), exporter.errorString()) << "\n";
-            refused = true;
-            break;
-        case OrvFotoExporter::Nothing:
-            fail("export") << OrvCommandLine::tr("nothing for %1").arg(foto.id().toString()) << "\n";
-            break;
-        }
+    if (arguments.isSet(QStringLiteral("dry-run")))
+        return planExport(fotos, outDir, options);
+
+    // Made here, on the thread the sources live on; the job's threads call them.
+    QList<OrvExportJob::Item> items;
+    for (const OrvExternalFoto& foto : fotos)
+        items.append({foto, std::shared_ptr<OrvFotoRetrieverInterface>(database->createRetrieverInterface(foto.id()))});
+    OrvExportJob job(outDir, options, items, nullptr, 0);
+    if (!job.isOpen()) {
+        fail("export") << OrvCommandLine::tr("cannot create %1: %2").arg(outDir, job.errorString()) << "\n";
+        return 1;
     }
+    OrvExportProgress progress(int(fotos.size()));
+    bool refused = false;
+    QObject::connect(&job, &OrvExportJob::fotoDone,
+                     [&](int index, int result, const QString& name, qint64 bytes, const QString& error) {
+                         const QString path = job.folderPath() + QLatin1Char('/') + name;
+                         if (result == OrvFotoExporter::WriteFailed) {
+                             progress.clear();
+                             fail("export") << OrvCommandLine::tr("cannot write %1: %2").arg(path, error) << "\n";
+                         } else if (result == OrvFotoExporter::FolderRefused && !refused) {
+                             // Said once: every other foto would fail alike.
+                             progress.clear();
+                             fail("export")
+                                 << OrvCommandLine::tr("cannot write into %1: %2").arg(job.folderPath(), error) << "\n";
+                             refused = true;
+                         } else if (result == OrvFotoExporter::Nothing) {
+                             progress.clear();
+                             fail("export") << OrvCommandLine::tr("nothing for %1").arg(fotos.at(index).id().toString())
+                                            << "\n";
+                         }
+                         progress.fotoDone(result, name, bytes);
+                     });
+    QEventLoop loop;
+    QObject::connect(&job, &OrvExportJob::finished, &loop, &QEventLoop::quit);
+    bool interrupted = false;
+    {
+        // The fotos being written are finished (or leave nothing); no new one is begun.
+        const OrvInterruptGuard guard([&] {
+            interrupted = true;
+            job.cancel();
+        });
+        job.start();
+        loop.exec();
+    }
+    progress.clear();
+    if (interrupted)
+        fail("export") << OrvCommandLine::tr("interrupted") << "\n";
     const QString shownPath = QFileInfo(outDir).absoluteFilePath();
-    out() << OrvCommandLine::tr("wrote %1 of %2 to %3").arg(written).arg(photoCount(fotos.size()), QDir::cleanPath(shownPath)) << "\n";
-    return written == fotos.size() ? 0 : 2;
+    out() << OrvCommandLine::tr("wrote %1 of %2 to %3").arg(job.written()).arg(photoCount(fotos.size()), QDir::cleanPath(shownPath))
+          << skippedText(job.skipped()) << "\n";
+    out().flush();
+    if (interrupted)
+        return 130;
+    return job.written() + job.skipped() == fotos.size() ? 0 : 2;
 }

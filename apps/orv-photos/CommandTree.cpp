@@ -114,9 +114,10 @@ void printText(quint32 type, OrvExternalDatabase* database)
 
 } // namespace
 
-void openAllAlbums(const QList<OrvExternalDatabase*>& databases, int waitMs)
+void openAllAlbums(const QList<OrvExternalDatabase*>& databases, int waitMs, const std::function<bool()>& enough)
 {
     OrvSourceSettler::Bounds bounds;
+    bounds.enough = enough;
     if (waitMs > 0) {
         // Devices may appear within the time given, and their catalogues follow.
         bounds.quietMs = 2 * bounds.quietMs;

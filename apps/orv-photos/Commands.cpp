@@ -86,7 +86,9 @@ public:
             {"export", QT_TR_NOOP("write an album's photos into a folder"),
              QT_TR_NOOP("Writes the photos of one album into DIR through the source's retrievers, with new names "
                  "where a name is taken. Exit status: 0 all written, 1 a mistake in what was asked (source, album, "
-                 "argument), 2 some photos could not be written."),
+                 "argument), 2 some photos could not be written, 130 interrupted (SIGINT or SIGTERM: the photos "
+                 "being written are finished, no new one is begun). Shows a line per photo, on a terminal a progress "
+                 "bar."),
              {
                  requiredSource,
                  {"album", "NAME_OR_URL", QT_TR_NOOP("the album, by its name or its id URL"), Kind::None, nullptr,
@@ -98,6 +100,11 @@ public:
                   "jpeg png original", OrvOption::Required},
                  {"out", "DIR", QT_TR_NOOP("the folder to write into (made if missing)"), Kind::Directory, nullptr,
                   OrvOption::Required},
+                 {"skip-existing", nullptr, QT_TR_NOOP("leave out a photo whose file is in DIR already under the "
+                     "name it would be written under (counted as skipped): with --size full --format original when "
+                     "that file has the size of the one fetched, otherwise by the name alone, before fetching")},
+                 {"dry-run", nullptr, QT_TR_NOOP("print what would be written (the source's name, the name in DIR) "
+                     "and the counts; write nothing and make no folder")},
                  waitForCatalogues,
              },
              nullptr, 0, 0, nullptr, Kind::None, commandExport},

@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QTextStream>
 
+#include <functional>
+
 class OrvExternalDatabase;
 class OrvExternalId;
 
@@ -48,6 +50,8 @@ int commandHelp(const OrvArguments& arguments);
 // Starts the sources and opens every album until nothing new arrives (bounded).
 // With waitMs, sources still gathering (devices whose catalogue is on its way)
 // are waited for up to that long.
-void openAllAlbums(const QList<OrvExternalDatabase*>& databases, int waitMs = 0);
+// With enough, the wait ends as soon as it holds and no source is busy.
+void openAllAlbums(const QList<OrvExternalDatabase*>& databases, int waitMs = 0,
+                   const std::function<bool()>& enough = {});
 // The value of --wait in milliseconds (0 without it); false, after saying so, for a bad value.
 bool waitOption(const OrvArguments& arguments, const char* command, int* waitMs);

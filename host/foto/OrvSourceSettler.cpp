@@ -105,6 +105,8 @@ bool OrvSourceSettler::settle(const Bounds& bounds)
         }
         if (!busy && !unasked && silentMs >= myQuietMs)
             return true;
+        if (!busy && !unasked && bounds.enough && silentMs >= bounds.graceMs && bounds.enough())
+            return true;
         if (now - start >= bounds.totalMs)
             return false;
         // A source that says it is busy but has said nothing for so long is not coming back.

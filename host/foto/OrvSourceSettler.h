@@ -8,6 +8,7 @@
 #include <QUrl>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 class OrvExternalDatabase;
@@ -35,6 +36,11 @@ public:
         // come: when set, a source without any album is waited for (up to
         // totalMs, not stallMs) as if it were gathering.
         bool waitForDevices = false;
+        // When set, the caller has what it needs once this holds: with no source
+        // busy and every album asked for, the wait ends after graceMs without news
+        // instead of the quiet time (an export of one camera's album).
+        std::function<bool()> enough;
+        int graceMs = 50;
     };
 
     explicit OrvSourceSettler(const QList<OrvExternalDatabase*>& databases);

@@ -17,7 +17,7 @@ cp "$broken/bomb.png" "$d/c/BOMB.PNG"
 before=$(ls -l "$d/c" | md5sum)
 run() {
     "$program" --camera "Directory Browse=disk:$d/c" export --source appleimagecapture --album "Directory Browse" \
-        --out "$d/$1" --wait 20 --size "$2" --format "$3" 2> "$d/$1.err"
+        --out "$d/$1" --wait 20 --size "$2" --format "$3" 2> "$d/$1.err" | tail -n 1
 }
 # The kind a file's first bytes show.
 kind() {
