@@ -107,8 +107,11 @@ OrvExternalAlbum openPluggedIn(OrvBrowserWindow& window, OrvExternalDatabase* ca
 {
     window.openSource(cameras);
     OrvExternalAlbum found;
+    // Closed meanwhile: nothing more to wait for.
     settle(
         [&] {
+            if (!window.isVisible())
+                return true;
             for (const OrvExternalAlbum& album : cameras->albums()) {
                 if (wanted.isValid() ? album.id() == wanted : name.isEmpty() || album.name() == name) {
                     found = album;
@@ -205,6 +208,8 @@ int commandBrowse(const OrvArguments& arguments)
         if (shown.isValid()) {
             out() << OrvCommandLine::tr("showing %1").arg(shown.name()) << "\n";
             out().flush();
+        } else if (!window.isVisible()) {
+            return 0;
         } else if (!screenshot.isEmpty()) {
             fail("browse") << OrvCommandLine::tr("no camera came within %1 seconds").arg(pluggedInWaitMs / 1000) << "\n";
             return 1;
