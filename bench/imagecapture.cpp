@@ -75,7 +75,7 @@ QImage picture(int width, int height, int seed)
     return image;
 }
 
-// A camera's JPEG: the picture with its thumbnail in the EXIF block.
+// A camera's JPEG: the picture with its capture date and thumbnail in the EXIF block.
 QByteArray cameraJpeg(int width, int height, int seed)
 {
     const QImage image = picture(width, height, seed);
@@ -83,8 +83,18 @@ QByteArray cameraJpeg(int width, int height, int seed)
     QByteArray tiff("II*\0\x08\0\0\0", 8);
     auto put16 = [&](quint16 v) { tiff.append(char(v & 0xFF)).append(char(v >> 8)); };
     auto put32 = [&](quint32 v) { put16(quint16(v & 0xFFFF)), put16(quint16(v >> 16)); };
-    put16(0), put32(14), put16(2);
-    put16(0x0201), put16(4), put32(1), put32(14 + 2 + 24 + 4);
+    // IFD0 (at 8) points to the EXIF IFD (at 26), whose DateTimeOriginal text is at 44; IFD1 at 64.
+    put16(1), put16(0x8769), put16(4), put32(1), put32(26), put32(64);
+    put16(1), put16(0x9003), put16(2), put32(20), put32(44), put32(0);
+    tiff.append(QStringLiteral("2024:%1:%2 %3:%4:00")
+                    .arg(1 + seed % 12, 2, 10, QLatin1Char('0'))
+                    .arg(1 + seed % 28, 2, 10, QLatin1Char('0'))
+                    .arg(seed % 24, 2, 10, QLatin1Char('0'))
+                    .arg(seed % 60, 2, 10, QLatin1Char('0'))
+                    .toLatin1())
+        .append('\0');
+    put16(2);
+    put16(0x0201), put16(4), put32(1), put32(64 + 2 + 24 + 4);
     put16(0x0202), put16(4), put32(1), put32(quint32(thumbnail.size()));
     put32(0);
     tiff.append(thumbnail);

@@ -543,6 +543,26 @@
         <source>print what would be written (the source&apos;s name, the name in DIR) and the counts; write nothing and make no folder</source>
         <translation>ausgeben, was geschrieben würde (der Name in der Quelle, der Name in DIR), und die Anzahlen; nichts schreiben und keinen Ordner anlegen</translation>
     </message>
+    <message>
+        <source>a camera&apos;s place needs --plugged-in</source>
+        <translation>der Ort einer Kamera braucht --plugged-in</translation>
+    </message>
+    <message>
+        <source>--plugged-in shows a camera: no --source</source>
+        <translation>--plugged-in zeigt eine Kamera: kein --source</translation>
+    </message>
+    <message>
+        <source>showing %1</source>
+        <translation>zeige %1</translation>
+    </message>
+    <message>
+        <source>no camera came within %1 seconds</source>
+        <translation>in %1 Sekunden kam keine Kamera</translation>
+    </message>
+    <message>
+        <source>open the album of the camera just plugged in, as soon as it appears (up to a minute): the camera at PLACE (a mounted card&apos;s folder or its file: URL, as the desktop passes it; served as a Directory Browse camera), else the one --album names, else the first</source>
+        <translation>das Album der eben angeschlossenen Kamera öffnen, sobald sie erscheint (bis zu einer Minute): die Kamera an PLACE (der Ordner einer eingehängten Karte oder seine file:-URL, wie die Arbeitsumgebung sie übergibt; als Directory-Browse-Kamera bereitgestellt), sonst die mit --album genannte, sonst die erste</translation>
+    </message>
 </context>
 <context>
     <name>OrvLibraryLocations</name>

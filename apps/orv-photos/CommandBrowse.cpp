@@ -7,8 +7,12 @@
 #include "OrvFotoGridModel.h"
 #include "OrvSourceTreeModel.h"
 #include "OrvTargetFolder.h"
+#ifdef ORV_HAVE_GPHOTO2
+#include "gphoto2/OrvGPhoto2Backend.h"
+#endif
 
 #include <QApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QAction>
@@ -17,10 +21,16 @@
 #include <QProgressDialog>
 #include <QPixmap>
 #include <QThread>
+#include <QUrl>
 
 #include <memory>
 
 namespace {
+
+// How long a camera that was just plugged in may take to show its photos.
+constexpr int pluggedInWaitMs = 60000;
+const QString directoryCamera = QStringLiteral("Directory Browse");
+const QString imageCapture = QStringLiteral("appleimagecapture");
 
 // Runs the event loop until done() holds or timeoutMs passes.
 bool settle(const std::function<bool()>& done, int timeoutMs)
@@ -62,6 +72,60 @@ QWidget* openDialog(OrvBrowserWindow& window, const QString& name)
     return dialog;
 }
 
+// The album of the camera the desktop names with place: a mounted card (a
+// folder or file: URL) is served as a camera of its own unless one already
+// serves it. An invalid id (no place, or one that is no folder): the first camera.
+OrvExternalId pluggedInAlbum(const QString& place, bool simulated)
+{
+    if (place.isEmpty() || simulated)
+        return {};
+    const QUrl url = QUrl::fromUserInput(place, QDir::currentPath(), QUrl::AssumeLocalFile);
+    const QFileInfo folder(url.isLocalFile() ? url.toLocalFile() : QString());
+    if (!folder.isDir())
+        return {};
+    const QString port = QStringLiteral("disk:") + folder.canonicalFilePath();
+#ifdef ORV_HAVE_GPHOTO2
+    QString model;
+    for (const auto& [known, knownPort] : OrvGPhoto2::connectedCameras()) {
+        if (knownPort == port)
+            model = known;
+    }
+    if (model.isEmpty() && OrvGPhoto2::addCamera(directoryCamera, port))
+        model = directoryCamera;
+    if (model.isEmpty())
+        return {};
+    return OrvExternalId(imageCapture, QStringLiteral("album"),
+                         OrvGPhoto2::uuidFor(QStringLiteral("port:%1=%2").arg(model, port)));
+#else
+    return {};
+#endif
+}
+
+// Waits for the camera's album (the named one, else the first camera's) and opens it.
+OrvExternalAlbum openPluggedIn(OrvBrowserWindow& window, OrvExternalDatabase* cameras, const OrvExternalId& wanted,
+                               const QString& name)
+{
+    window.openSource(cameras);
+    OrvExternalAlbum found;
+    // Closed meanwhile: nothing more to wait for.
+    settle(
+        [&] {
+            if (!window.isVisible())
+                return true;
+            for (const OrvExternalAlbum& album : cameras->albums()) {
+                if (wanted.isValid() ? album.id() == wanted : name.isEmpty() || album.name() == name) {
+                    found = album;
+                    return true;
+                }
+            }
+            return false;
+        },
+        pluggedInWaitMs);
+    if (found.isValid())
+        window.openAlbum(cameras, found.id());
+    return found;
+}
+
 } // namespace
 
 int commandBrowse(const OrvArguments& arguments)
@@ -92,7 +156,16 @@ int commandBrowse(const OrvArguments& arguments)
         fail("browse") << OrvCommandLine::tr("--dialog needs --screenshot") << "\n";
         return 1;
     }
-    if (service.isEmpty() && !album.isEmpty()) {
+    const bool pluggedIn = arguments.isSet(QStringLiteral("plugged-in"));
+    if (!arguments.arguments().isEmpty() && !pluggedIn) {
+        fail("browse") << OrvCommandLine::tr("a camera's place needs --plugged-in") << "\n";
+        return 1;
+    }
+    if (pluggedIn && !service.isEmpty()) {
+        fail("browse") << OrvCommandLine::tr("--plugged-in shows a camera: no --source") << "\n";
+        return 1;
+    }
+    if (service.isEmpty() && !album.isEmpty() && !pluggedIn) {
         fail("browse") << OrvCommandLine::tr("--album needs --source") << "\n";
         return 1;
     }
@@ -102,6 +175,9 @@ int commandBrowse(const OrvArguments& arguments)
     }
     OrvExternalDatabase* database = nullptr;
     if (!service.isEmpty() && !(database = findSource(service, "browse")))
+        return 1;
+    OrvExternalDatabase* cameras = nullptr;
+    if (pluggedIn && !(cameras = findSource(imageCapture, "browse")))
         return 1;
 
     // Written like every other output: a new file in its folder, never through a link or over what is there.
@@ -125,7 +201,20 @@ int commandBrowse(const OrvArguments& arguments)
     OrvBrowserWindow window(sources);
     window.resize(size);
     window.show();
-    if (database && album.isEmpty()) {
+    if (cameras) {
+        const QString place = arguments.arguments().value(0);
+        const OrvExternalAlbum shown =
+            openPluggedIn(window, cameras, pluggedInAlbum(place, arguments.isSet(QStringLiteral("devices"))), album);
+        if (shown.isValid()) {
+            out() << OrvCommandLine::tr("showing %1").arg(shown.name()) << "\n";
+            out().flush();
+        } else if (!window.isVisible()) {
+            return 0;
+        } else if (!screenshot.isEmpty()) {
+            fail("browse") << OrvCommandLine::tr("no camera came within %1 seconds").arg(pluggedInWaitMs / 1000) << "\n";
+            return 1;
+        }
+    } else if (database && album.isEmpty()) {
         window.openSource(database);
         // Until it has said what it has: albums, or why it has none.
         settle([&] { return !window.sourceModel()->isLoading(database) && (database->getExternalDataPoolConst().countAlbums() > 0 || !window.placeholderText().isEmpty()); }, 10000);

@@ -124,8 +124,12 @@ public:
                  {"size", "WxH", QT_TR_NOOP("the window's size (default 1280x800)")},
                  {"dialog", "DIALOG", QT_TR_NOOP("with --screenshot: that dialog open over the window"), Kind::None,
                   "export progress about"},
+                 {"plugged-in", nullptr, QT_TR_NOOP("open the album of the camera just plugged in, as soon as it "
+                     "appears (up to a minute): the camera at PLACE (a mounted card's folder or its file: URL, as "
+                     "the desktop passes it; served as a Directory Browse camera), else the one --album names, "
+                     "else the first")},
              },
-             nullptr, 0, 0, nullptr, Kind::None, commandBrowse},
+             "[PLACE]", 0, 1, nullptr, Kind::Directory, commandBrowse},
             {"autostart", QT_TR_NOOP("whether plugging in a camera starts this program"),
              QT_TR_NOOP("Shows for each connected camera whether plugging it in starts this program; on or off "
                  "sets it."),

@@ -1,5 +1,6 @@
 #include "OrvGPhoto2Device.h"
 
+#include "OrvGPhoto2CaptureDate.h"
 #include "OrvGPhoto2Thumbnail.h"
 #include "OrvImageCaptureHub.h"
 #include "OrvTargetFolder.h"
@@ -14,6 +15,7 @@
 
 #include <gphoto2/gphoto2.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <thread>
@@ -297,7 +299,14 @@ void Device::listItems(int session)
             QString uti = OrvUniformType::typeForMimeType(mime);
             if (uti == OrvUniformType::kUTTypeData)
                 uti = OrvUniformType::typeForExtension(name.section(QLatin1Char('.'), -1));
-            const QDateTime created = modified > 0 ? OrvQt::utcFromSecs(modified) : QDateTime();
+            // As ImageCaptureCore dates a photo: when it was taken, else when the file was written.
+            QDateTime created;
+            if (myStorage.isValid() && uti == QLatin1String("public.jpeg")) {
+                const auto opened = myStorage.open(pathBytes, deviceName, OrvUserFile::Image);
+                created = captureDate(opened.get());
+            }
+            if (!created.isValid() && modified > 0)
+                created = OrvQt::utcFromSecs(modified);
             auto file = std::make_shared<const ListedFile>(ItemFields{name, uti, created, folder, owner, path}, size);
             batch.append(file);
             files.append(file);
@@ -328,6 +337,10 @@ void Device::listItems(int session)
     flush();
     if (!complete)
         return;
+    // Thumbnails in the order the album shows them, so the first screen comes first.
+    std::stable_sort(files.begin(), files.end(), [](const FilePtr& a, const FilePtr& b) {
+        return a->name().compare(b->name(), Qt::CaseInsensitive) < 0;
+    });
     std::weak_ptr<Device> self = weak_from_this();
     deliver(session, [self, session, files](const auto& device, const auto& delegate) {
         delegate->deviceDidBecomeReadyWithCompleteContentCatalog(device);

@@ -1,10 +1,13 @@
 #include "OrvGPhoto2Thumbnail.h"
 
+#include "OrvGPhoto2CaptureDate.h"
 #include "OrvGPhoto2Library.h"
 #include "OrvMediaLoader.h"
 #include "OrvUserFile.h"
 
 #include <QBuffer>
+
+#include <cstring>
 
 #include <gphoto2/gphoto2.h>
 
@@ -55,63 +58,49 @@ quint32 read32(const uchar* p, bool little)
 
 QByteArray exifThumbnail(const QByteArray& head)
 {
-    const auto* bytes = reinterpret_cast<const uchar*>(head.constData());
-    const qsizetype size = head.size();
-    if (size < 4 || bytes[0] != 0xFF || bytes[1] != 0xD8)
+    const QByteArray segment = exifSegment([&head](qint64 offset, char* data, qint64 size) -> qint64 {
+        if (offset < 0 || offset >= head.size())
+            return 0;
+        const qint64 n = qMin<qint64>(size, head.size() - offset);
+        memcpy(data, head.constData() + offset, size_t(n));
+        return n;
+    });
+    // After marker, length and "Exif\0\0": the TIFF structure the offsets count from.
+    constexpr qsizetype tiffStart = 10;
+    if (segment.size() < tiffStart + 8)
         return {};
-    // Walk the markers before the image data to the APP1 segment that holds EXIF.
-    for (qsizetype at = 2; at + 4 <= size;) {
-        if (bytes[at] != 0xFF)
-            return {};
-        const uchar marker = bytes[at + 1];
-        if (marker == 0xD8 || (marker >= 0xD0 && marker <= 0xD7) || marker == 0x01 || marker == 0xFF) {
-            at += marker == 0xFF ? 1 : 2;
-            continue;
-        }
-        if (marker == 0xDA || marker == 0xD9)
-            return {};
-        const qsizetype length = qsizetype(bytes[at + 2]) << 8 | bytes[at + 3];
-        if (length < 2)
-            return {};
-        const qsizetype payload = at + 4;
-        const qsizetype end = qMin(size, at + 2 + length);
-        if (marker == 0xE1 && end - payload > 14 && head.mid(payload, 6) == QByteArray("Exif\0\0", 6)) {
-            const uchar* tiff = bytes + payload + 6;
-            const qsizetype tiffSize = end - payload - 6;
-            const bool little = tiff[0] == 'I' && tiff[1] == 'I';
-            if (!little && !(tiff[0] == 'M' && tiff[1] == 'M'))
-                return {};
-            auto inside = [&](quint64 offset, quint64 length) { return offset + length <= quint64(tiffSize); };
-            const quint32 ifd0 = read32(tiff + 4, little);
-            if (!inside(ifd0, 2))
-                return {};
-            const quint32 entries0 = read16(tiff + ifd0, little);
-            const quint64 next = quint64(ifd0) + 2 + 12 * quint64(entries0);
-            if (!inside(next, 4))
-                return {};
-            const quint32 ifd1 = read32(tiff + next, little);
-            if (ifd1 == 0 || !inside(ifd1, 2))
-                return {};
-            const quint32 entries1 = read16(tiff + ifd1, little);
-            quint32 offset = 0;
-            quint32 bytesCount = 0;
-            for (quint32 i = 0; i < entries1 && inside(quint64(ifd1) + 2 + 12 * quint64(i + 1), 0); ++i) {
-                const uchar* entry = tiff + ifd1 + 2 + 12 * i;
-                const quint32 tag = read16(entry, little);
-                const quint32 type = read16(entry + 2, little);
-                const quint32 value = type == 3 ? read16(entry + 8, little) : read32(entry + 8, little);
-                if (tag == 0x0201)
-                    offset = value;
-                else if (tag == 0x0202)
-                    bytesCount = value;
-            }
-            if (offset == 0 || bytesCount == 0 || !inside(offset, bytesCount))
-                return {};
-            return QByteArray(reinterpret_cast<const char*>(tiff + offset), qsizetype(bytesCount));
-        }
-        at = at + 2 + length;
+    const auto* tiff = reinterpret_cast<const uchar*>(segment.constData()) + tiffStart;
+    const qsizetype tiffSize = segment.size() - tiffStart;
+    const bool little = tiff[0] == 'I' && tiff[1] == 'I';
+    if (!little && !(tiff[0] == 'M' && tiff[1] == 'M'))
+        return {};
+    auto inside = [&](quint64 offset, quint64 length) { return offset + length <= quint64(tiffSize); };
+    const quint32 ifd0 = read32(tiff + 4, little);
+    if (!inside(ifd0, 2))
+        return {};
+    const quint32 entries0 = read16(tiff + ifd0, little);
+    const quint64 next = quint64(ifd0) + 2 + 12 * quint64(entries0);
+    if (!inside(next, 4))
+        return {};
+    const quint32 ifd1 = read32(tiff + next, little);
+    if (ifd1 == 0 || !inside(ifd1, 2))
+        return {};
+    const quint32 entries1 = read16(tiff + ifd1, little);
+    quint32 offset = 0;
+    quint32 bytesCount = 0;
+    for (quint32 i = 0; i < entries1 && inside(quint64(ifd1) + 2 + 12 * quint64(i + 1), 0); ++i) {
+        const uchar* entry = tiff + ifd1 + 2 + 12 * i;
+        const quint32 tag = read16(entry, little);
+        const quint32 type = read16(entry + 2, little);
+        const quint32 value = type == 3 ? read16(entry + 8, little) : read32(entry + 8, little);
+        if (tag == 0x0201)
+            offset = value;
+        else if (tag == 0x0202)
+            bytesCount = value;
     }
-    return {};
+    if (offset == 0 || bytesCount == 0 || !inside(offset, bytesCount))
+        return {};
+    return QByteArray(reinterpret_cast<const char*>(tiff + offset), qsizetype(bytesCount));
 }
 
 QImage readThumbnail(Camera* camera, GPContext* context, const QString& folder, const QString& name, qint64 size, int edge,
@@ -152,14 +141,12 @@ QImage readThumbnail(OrvUserFile* file, int edge)
     head.truncate(qsizetype(got));
     const QByteArray thumbnail = exifThumbnail(head);
     QImage image = decodeScaled(thumbnail.constData(), thumbnail.size(), edge);
-    if (!image.isNull() || file->size() > thumbnailReadBound)
+    if (!image.isNull())
         return image;
     if (got == file->size())
         return decodeScaled(head.constData(), head.size(), edge);
-    // Only the size it had when opened: a file that grows meanwhile is not followed.
-    QByteArray whole(qsizetype(file->size()), Qt::Uninitialized);
-    const qint64 read = file->readAt(0, whole.data(), whole.size());
-    return read > 0 ? decodeScaled(whole.constData(), read, edge) : QImage();
+    // Decoded from the file as it is read, scaled while decoding: any size of photo, bounded memory.
+    return OrvSingleton<OrvMediaLoader>::instance()->load(file, QSize(edge, edge));
 }
 
 } // namespace OrvGPhoto2

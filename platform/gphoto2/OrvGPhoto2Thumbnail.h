@@ -2,7 +2,8 @@
 
 // A camera item's thumbnail, by the cheapest way the camera allows: its own
 // preview, else the EXIF thumbnail at the start of the file, else the whole
-// file decoded scaled (only for files small enough to read whole).
+// file decoded scaled (from a camera only for files small enough to read
+// whole; a folder served as a camera is decoded as it is read, at any size).
 
 #include <QByteArray>
 #include <QImage>
@@ -14,7 +15,7 @@ typedef struct _GPContext GPContext;
 
 namespace OrvGPhoto2 {
 
-// Files up to this size are read whole for a thumbnail when nothing smaller serves.
+// Files up to this size are read whole from a camera for a thumbnail when nothing smaller serves.
 constexpr qint64 thumbnailReadBound = 64 * 1024 * 1024;
 
 // Runs on the camera's thread. A null image when none of the ways gives one;

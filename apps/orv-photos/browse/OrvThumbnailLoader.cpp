@@ -2,6 +2,7 @@
 
 #include "OrvExternalDatabase.h"
 #include "OrvFotoCacheManager.h"
+#include "OrvFotoRegistries.h"
 #include "OrvFotoRetriever.h"
 
 #include <QMetaObject>
@@ -12,6 +13,8 @@ OrvThumbnailLoader::OrvThumbnailLoader(int threads, QObject* parent) : QObject(p
 {
     if (threads <= 0)
         threads = qBound(2, int(std::thread::hardware_concurrency()), 4);
+    connect(OrvSingleton<OrvFotoChangeDispatcher>::instance(), &OrvFotoChangeDispatcher::newAvailableBitmap, this,
+            [this](const OrvFoto& foto, const QSize&) { onNewAvailableBitmap(foto); });
     for (int i = 0; i < threads; ++i)
         myThreads.emplace_back([this] { work(); });
 }
@@ -40,6 +43,9 @@ QImage OrvThumbnailLoader::request(OrvExternalDatabase* database, const OrvExter
         if (!cached.isNull())
             return cached.image();
     }
+    // Asked again when the source announces it, not on every paint meanwhile.
+    if (myPending.contains(foto, qMakePair(fotoId, size)))
+        return QImage();
     std::unique_ptr<Job> dropped;
     {
         std::lock_guard<std::mutex> lock(myMutex);
@@ -61,6 +67,7 @@ QImage OrvThumbnailLoader::request(OrvExternalDatabase* database, const OrvExter
             job->foto = foto;
             job->retriever.reset(database->createRetrieverInterface(fotoId));
         }
+        job->announced = myAnnounced.value(foto);
         (urgent ? myUrgent : myJobs).push_back(std::move(job));
         if (int(myJobs.size()) > maxWaiting) {
             dropped = std::move(myJobs.front());
@@ -155,6 +162,16 @@ void OrvThumbnailLoader::run(Job& job)
     if (job.retriever) {
         const std::unique_ptr<OrvFotoRetrieverData> data(job.retriever->retrieve(job.size));
         const OrvFetchDrawableResult result = data ? data->drawable(job.size) : OrvFetchDrawableResult();
+        if (result.isValid() && OrvFotoCacheDrawable::isPlaceHolder(result.drawable())) {
+            // Not there yet (a camera still reading it): asked again once the source has it.
+            QMetaObject::invokeMethod(
+                this,
+                [this, id = job.fotoId, size = job.size, foto = job.foto, announced = job.announced] {
+                    onPlaceholder(id, size, foto, announced);
+                },
+                Qt::QueuedConnection);
+            return;
+        }
         if (result.isValid()) {
             OrvSingleton<OrvFotoCacheManager>::instance()->insertDrawable(job.foto, result.drawable());
             image = result.drawable().image();
@@ -167,4 +184,24 @@ void OrvThumbnailLoader::run(Job& job)
     QMetaObject::invokeMethod(
         this, [this, id = job.fotoId, size = job.size, image, pixelSize] { emit ready(id, size, image, pixelSize); },
         Qt::QueuedConnection);
+}
+
+void OrvThumbnailLoader::onPlaceholder(const OrvExternalId& fotoId, const QSize& size, const OrvFoto& foto, quint64 announced)
+{
+    // Announced while it was being fetched: the source has it now.
+    if (myAnnounced.value(foto) != announced) {
+        emit dropped(fotoId, size);
+        return;
+    }
+    if (!myPending.contains(foto, qMakePair(fotoId, size)))
+        myPending.insert(foto, qMakePair(fotoId, size));
+}
+
+void OrvThumbnailLoader::onNewAvailableBitmap(const OrvFoto& foto)
+{
+    ++myAnnounced[foto];
+    const QList<QPair<OrvExternalId, QSize>> waiting = myPending.values(foto);
+    myPending.remove(foto);
+    for (const auto& [fotoId, size] : waiting)
+        emit dropped(fotoId, size);
 }

@@ -24,7 +24,10 @@ class OrvFotoRetrieverInterface;
 // first, so what the user scrolled to last arrives first; requests the user
 // has long scrolled past fall off the end of a bounded queue. Bitmaps go into
 // the host's foto cache, which answers repeated requests at once. Results are
-// delivered on the thread the loader lives in (the main thread).
+// delivered on the thread the loader lives in (the main thread). A source that
+// has no bitmap yet answers with the host's placeholder: that is neither cached
+// nor handed over; the request is asked again once the source announces the
+// bitmap (OrvFotoChangeDispatcher::newAvailableBitmap), through dropped.
 class OrvThumbnailLoader : public QObject
 {
     Q_OBJECT
@@ -44,6 +47,8 @@ public:
 
     int waiting() const;
     int running() const;
+    // Requests answered with the placeholder, waiting for the source's bitmap.
+    int pending() const { return int(myPending.size()); }
     // Requests queued beyond this are dropped, oldest first.
     static constexpr int maxWaiting = 1000;
     static constexpr int displayEdge = 2048;
@@ -65,9 +70,16 @@ private:
         bool metaData = false;
         OrvFoto foto;
         std::unique_ptr<OrvFotoRetrieverInterface> retriever;
+        quint64 announced = 0;  // the foto's count of announced bitmaps when asked
     };
     void work();
     void run(Job& job);
+    void onNewAvailableBitmap(const OrvFoto& foto);
+    void onPlaceholder(const OrvExternalId& fotoId, const QSize& size, const OrvFoto& foto, quint64 announced);
+
+    // Main thread only.
+    QHash<OrvFoto, quint64> myAnnounced;
+    QMultiHash<OrvFoto, QPair<OrvExternalId, QSize>> myPending;
 
     mutable std::mutex myMutex;
     std::condition_variable myWake;

@@ -2,6 +2,8 @@
 
 #include "OrvBrowserWindow.h"
 #include "OrvFotoGridModel.h"
+#include "OrvFotoCacheManager.h"
+#include "OrvFotoRegistries.h"
 #include "OrvFotoRetriever.h"
 #include "OrvIPhotoDatabase.h"
 #include "OrvPhotoKitDatabase.h"
@@ -117,6 +119,8 @@ struct GatedData : OrvFotoRetrieverData
             mySource->offMainThread = false;
         if (myId.remoteId() == QLatin1String("broken"))
             return {};
+        if (mySource->late.contains(myId.remoteId()))
+            return OrvFetchDrawableResult(OrvFotoCacheDrawable::placeHolder());
         QImage image(size.isValid() ? size : QSize(40, 30), QImage::Format_RGB32);
         image.fill(Qt::green);
         return OrvFetchDrawableResult(OrvDrawable(image));
@@ -200,6 +204,21 @@ OrvExternalId GatedSource::addAlbum(const QString& name, const QStringList& foto
     }
     emit fotosInserted(fotos, album);
     return album;
+}
+
+void GatedSource::setLate(const QStringList& names)
+{
+    std::lock_guard<std::mutex> lock(mutex);
+    late = QSet<QString>(names.begin(), names.end());
+}
+
+void GatedSource::arrive(const QString& name)
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        late.remove(name);
+    }
+    OrvSingleton<OrvFotoChangeDispatcher>::instance()->dispatchNewAvailableBitmap(createFoto(foto(name)), QSize(40, 30));
 }
 
 void GatedSource::setOpen(bool isOpen)

@@ -9,6 +9,7 @@
 #include "sim/OrvPhotoKitSimLibrary.h"
 
 #include <QSize>
+#include <QSet>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -59,6 +60,10 @@ struct GatedSource : OrvExternalDatabase
 
     void setOpen(bool open);
     void permit(int count);
+    // Fotos whose bitmap is not there yet answer the host's placeholder, as a
+    // camera does until it has read the thumbnail; arrive announces it as a camera does.
+    void setLate(const QStringList& names);
+    void arrive(const QString& name);
     // Drawables waiting at the closed gate now.
     int waiting() const;
     QStringList served() const;
@@ -70,6 +75,7 @@ struct GatedSource : OrvExternalDatabase
     int atGate = 0;
     QSize gatedSize;
     QStringList servedIds;  // remote ids in the order they were drawn
+    QSet<QString> late;
     bool offMainThread = true;
 };
 

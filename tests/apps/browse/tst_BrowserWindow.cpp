@@ -28,6 +28,7 @@
 #include <QFile>
 #include <QListView>
 #include <QMimeData>
+#include <QPixmap>
 #include <QTemporaryDir>
 #include <QTreeView>
 
@@ -101,6 +102,36 @@ TEST(BrowserWindow, ThumbnailsForWhatIsVisible)
     window.gridView()->scrollToBottom();
     ASSERT_TRUE(window.waitForVisibleThumbnails(20000));
     EXPECT_EQ(window.gridModel()->index(29, 0).data(OrvFotoGridModel::ThumbnailStateRole).toInt(), OrvFotoGridModel::Shown);
+}
+
+TEST(BrowserWindow, ThumbnailsThatComeLaterReplaceThePlaceholderOnTheFirstScreen)
+{
+    // As a camera answers before it has read its thumbnails: the host's placeholder, then the news.
+    GatedSource source;
+    QStringList names;
+    for (int i = 0; i < 40; ++i)
+        names.append(QStringLiteral("late%1").arg(i, 2, 10, QLatin1Char('0')));
+    source.setLate(names);
+    const OrvExternalId album = source.addAlbum(QStringLiteral("Card"), names);
+    OrvBrowserWindow window({&source});
+    window.resize(900, 600);
+    window.show();
+    ASSERT_TRUE(window.openAlbum(&source, album));
+    ASSERT_EQ(window.gridModel()->rowCount(), 40);
+    EXPECT_FALSE(window.waitForVisibleThumbnails(300)) << "a placeholder is no thumbnail";
+    const int asked = source.served().size();
+    EXPECT_GT(asked, 0);
+    EXPECT_EQ(window.gridModel()->index(0, 0).data(OrvFotoGridModel::ThumbnailStateRole).toInt(), OrvFotoGridModel::Waiting);
+    // Not asked again on every paint while the source has nothing new.
+    window.waitForVisibleThumbnails(300);
+    EXPECT_EQ(source.served().size(), asked);
+
+    for (const QString& name : std::as_const(names))
+        source.arrive(name);
+    ASSERT_TRUE(window.waitForVisibleThumbnails(20000));
+    EXPECT_EQ(window.gridModel()->index(0, 0).data(OrvFotoGridModel::ThumbnailStateRole).toInt(), OrvFotoGridModel::Shown);
+    const QImage shown = window.gridModel()->index(0, 0).data(Qt::DecorationRole).value<QPixmap>().toImage();
+    EXPECT_EQ(shown.pixelColor(shown.width() / 2, shown.height() / 2), QColor(Qt::green));
 }
 
 TEST(BrowserWindow, DetailsOfTheSelectedFoto)
@@ -257,6 +288,12 @@ TEST(BrowserWindow, FollowsDevicesPluggedAndUnplugged)
     const QString taken = window.detailsView()->infoText().section(QLatin1Char('\n'), 1, 1);
     EXPECT_TRUE(taken.startsWith(QStringLiteral("Aufgenommen: "))) << taken.toStdString();
     EXPECT_FALSE(taken.contains(QStringLiteral("unbekannt")) || taken.contains(QStringLiteral("UTC"))) << taken.toStdString();
+    // The grid, the details and the foto (what tree --json prints) give one date.
+    const QDateTime cameraDate = devices.findExternalFoto(window.gridModel()->fotoAt(1).id()).taken();
+    ASSERT_TRUE(cameraDate.isValid());
+    EXPECT_EQ(taken, QStringLiteral("Aufgenommen: ") + OrvFotoDate::toDisplayString(cameraDate, QLocale::LongFormat));
+    EXPECT_EQ(window.gridModel()->index(1, 0).data().toString().section(QLatin1Char('\n'), 1),
+              OrvFotoDate::toDisplayString(cameraDate, QLocale::ShortFormat));
     screenshot(window, QStringLiteral("camera.png"));
 
     // Pulled out: its album and fotos go, and nothing shown refers to them any more.

@@ -5,8 +5,13 @@
 #include "OrvAppleImageCaptureDatabase.h"
 #include "OrvUserFile.h"
 #include "OrvAppleImageCaptureInterface.h"
+#include "OrvFotoCacheManager.h"
 #include "OrvFotoRegistries.h"
+#include "OrvFotoRetriever.h"
+#include "OrvNativeMetaData.h"
+#include "OrvQtCompat.h"
 #include "gphoto2/OrvGPhoto2Backend.h"
+#include "gphoto2/OrvGPhoto2CaptureDate.h"
 #include "gphoto2/OrvGPhoto2TaskThread.h"
 #include "gphoto2/OrvGPhoto2Thumbnail.h"
 #include "gphoto2/OrvXdgMimeApps.h"
@@ -22,6 +27,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
+#include <QBuffer>
 #include <QTemporaryDir>
 
 #include <atomic>
@@ -57,6 +63,29 @@ QByteArray jpegWithExifThumbnail(const QByteArray& main, const QByteArray& thumb
     QByteArray segment("\xFF\xE1", 2);
     segment.append(char((payload.size() + 2) >> 8)).append(char((payload.size() + 2) & 0xFF)).append(payload);
     return main.left(2) + segment + main.mid(2);
+}
+
+// A JPEG with the capture date in its EXIF block, written by the host's own writer.
+QByteArray jpegTakenAt(const QByteArray& jpeg, const QDateTime& taken)
+{
+    OrvFotoMetaData data;
+    data.setPictureTaken(taken);
+    QByteArray bytes = jpeg;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadWrite);
+    return OrvNativeMetaDataExiv2(data).store(&buffer) ? buffer.data() : QByteArray();
+}
+
+// A JPEG whose frame header declares width x height (its data stays that of a small one).
+QByteArray jpegDeclaring(int width, int height)
+{
+    QByteArray jpeg = OrvTest::makeJpeg(16, 16);
+    const qsizetype sof = jpeg.indexOf(QByteArray("\xFF\xC0", 2));
+    if (sof < 0)
+        return {};
+    jpeg[sof + 5] = char(height >> 8), jpeg[sof + 6] = char(height & 0xFF);
+    jpeg[sof + 7] = char(width >> 8), jpeg[sof + 8] = char(width & 0xFF);
+    return jpeg;
 }
 
 // Named pipes made for a test: a reader that waits on one is let go at the end.
@@ -220,6 +249,87 @@ TEST_F(GPhoto2Test, TheThumbnailComesFromTheExifBlockAndTheDownloadIsTheFile)
     }();
     EXPECT_EQ(fromWorker, OrvTest::makeJpeg(320, 200));
     EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
+}
+
+TEST_F(GPhoto2Test, PhotosWithoutAnExifThumbnailGetOneDecodedAndAreDatedWhenTaken)
+{
+    // Beside the three of every test: no EXIF at all, a capture date with its offset, one
+    // without an offset, a frame header of 60000 x 60000 and a file that is no JPEG inside.
+    const QDateTime withOffset = OrvQt::withOffset(QDate(2019, 7, 14), QTime(9, 30, 5), 2 * 3600);
+    const QDateTime wallClock = OrvQt::local(QDate(2018, 1, 2), QTime(23, 59, 0));
+    write(QStringLiteral("DCIM/102TEST/A_PLAIN.JPG"), OrvTest::makeJpeg(1600, 1200));
+    write(QStringLiteral("DCIM/102TEST/B_OFFSET.JPG"), jpegTakenAt(OrvTest::makeJpeg(800, 600), withOffset));
+    write(QStringLiteral("DCIM/102TEST/C_LOCAL.JPG"), jpegTakenAt(OrvTest::makeJpeg(800, 600), wallClock));
+    write(QStringLiteral("DCIM/102TEST/D_HUGE.JPG"), jpegDeclaring(60000, 60000));
+    write(QStringLiteral("DCIM/102TEST/E_BROKEN.JPG"), QByteArray("\xFF\xD8\xFF\xE1\x00\x02garbage", 13));
+    const QString plain = storage.filePath(QStringLiteral("DCIM/102TEST/A_PLAIN.JPG"));
+    const QDateTime written = QFileInfo(plain).lastModified();
+    const OrvExternalFotoList fotos = openCamera(8);
+    ASSERT_EQ(fotos.size(), 8);
+    QHash<QString, OrvExternalFoto> byName;
+    for (const OrvExternalFoto& foto : fotos)
+        byName.insert(foto.name(), foto);
+
+    // The date the photo holds, to the second and with its offset; the file's time only without one.
+    EXPECT_EQ(byName.value("B_OFFSET.JPG").taken(), withOffset);
+    EXPECT_EQ(byName.value("B_OFFSET.JPG").taken().offsetFromUtc(), 2 * 3600);
+    EXPECT_EQ(byName.value("C_LOCAL.JPG").taken(), wallClock);
+    EXPECT_EQ(byName.value("A_PLAIN.JPG").taken().toSecsSinceEpoch(), written.toSecsSinceEpoch());
+    OrvNativeMetaDataGeneric metaData;
+    database->fillMetaData(byName.value("B_OFFSET.JPG").id(), &metaData);
+    EXPECT_EQ(metaData.metaData().pictureTaken(), withOffset);
+
+    // Through the retriever the host uses: the placeholder first at most, then the decoded file, scaled.
+    const auto thumbnailOf = [&](const OrvExternalFoto& foto) {
+        const std::unique_ptr<OrvFotoRetrieverInterface> retriever(database->createRetrieverInterface(foto.id()));
+        const std::unique_ptr<OrvFotoRetrieverData> data(retriever->retrieve(QSize(160, 160)));
+        const OrvFetchDrawableResult result = data->drawable(QSize(160, 160));
+        return result.isValid() && !OrvFotoCacheDrawable::isPlaceHolder(result.drawable()) ? result.drawable().image() : QImage();
+    };
+    for (const char* name : {"A_PLAIN.JPG", "B_OFFSET.JPG", "IMG_0002.JPG"}) {
+        QImage image;
+        ASSERT_TRUE(OrvTest::waitFor([&] { return !(image = thumbnailOf(byName.value(name))).isNull(); }, 20000)) << name;
+        EXPECT_LE(qMax(image.width(), image.height()), 512) << name;
+        EXPECT_GT(image.width(), image.height()) << name;
+    }
+    // The hostile two come before IMG_0002 in the camera's queue: they held nothing up,
+    // the broken one gives none, and the camera still answers.
+    const QImage huge = thumbnailOf(byName.value("D_HUGE.JPG"));
+    EXPECT_LE(qMax(huge.width(), huge.height()), 512);
+    EXPECT_TRUE(thumbnailOf(byName.value("E_BROKEN.JPG")).isNull());
+    EXPECT_FALSE(database->byteArray(byName.value("D_HUGE.JPG").id()).isEmpty());
+}
+
+TEST(GPhoto2CaptureDate, FoundBehindOtherSegmentsAndNeverReadPastTheBlock)
+{
+    const QDateTime taken = OrvQt::withOffset(QDate(2021, 3, 4), QTime(5, 6, 7), -5 * 3600);
+    QByteArray jpeg = jpegTakenAt(OrvTest::makeJpeg(64, 48), taken);
+    // A colour profile of 40 KB before the EXIF block, as some cameras write it.
+    const QByteArray profile = QByteArray("\xFF\xE2\x9C\x42ICC_PROFILE", 15) + QByteArray(0x9C42 - 13, 'p');
+    jpeg.insert(2, profile);
+    qint64 furthest = 0;
+    const auto reader = [&](const QByteArray& bytes) {
+        return [&furthest, bytes](qint64 offset, char* data, qint64 size) -> qint64 {
+            if (offset < 0 || offset >= bytes.size())
+                return 0;
+            const qint64 n = qMin<qint64>(size, bytes.size() - offset);
+            memcpy(data, bytes.constData() + offset, size_t(n));
+            furthest = qMax(furthest, offset + n);
+            return n;
+        };
+    };
+    EXPECT_EQ(OrvGPhoto2::captureDate(reader(jpeg)), taken);
+    EXPECT_LT(furthest, jpeg.indexOf(QByteArray("\xFF\xDA", 2))) << "the image data is never read";
+    EXPECT_FALSE(OrvGPhoto2::captureDate(reader(OrvTest::makeJpeg(64, 48))).isValid());
+    // Every cut and every flipped byte of the header gives a date or none, never a read past the end.
+    const qsizetype block = jpeg.indexOf(QByteArray("\xFF\xDA", 2));
+    for (qsizetype cut = 0; cut < block; cut += 97)
+        OrvGPhoto2::captureDate(reader(jpeg.left(cut)));
+    for (qsizetype at = 0; at < 64; ++at) {
+        QByteArray broken = jpeg;
+        broken[at] = char(~uchar(broken.at(at)));
+        OrvGPhoto2::captureDate(reader(broken));
+    }
 }
 
 TEST_F(GPhoto2Test, ACancelledDownloadIsNeverReportedAsDoneAndLeavesNothing)
