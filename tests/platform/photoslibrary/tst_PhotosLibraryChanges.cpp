@@ -93,10 +93,11 @@ protected:
         ASSERT_TRUE(farmersMarket && sanJuan);
     }
 
-    // One transaction as Photos commits it: the rows, and what the history says of them.
-    void commit(const QString& statements, const QList<std::tuple<int, QString, int>>& history)
+    // One transaction as Photos commits it: the rows, and what the history says of them
+    // (after what the same connection runs first).
+    void commit(const QString& statements, const QList<std::tuple<int, QString, int>>& history, const QString& first = QString())
     {
-        QString sql = QStringLiteral("BEGIN;") + statements;
+        QString sql = first + QStringLiteral("BEGIN;") + statements;
         if (GetParam() == Source::History) {
             sql += QStringLiteral("INSERT INTO ATRANSACTION (Z_ENT, Z_OPT, ZTIMESTAMP) VALUES (16002, 1, 700000000);");
             for (const auto& [type, entity, key] : history)
@@ -226,6 +227,35 @@ TEST_P(PackageChanges, ABurstOfCommitsIsOneChange)
     commit(QStringLiteral("UPDATE ZASSET SET ZCURATIONSCORE = 0.5 WHERE Z_PK = 3;"), {{1, QStringLiteral("Moment"), 1}});
     package->refreshNow();
     EXPECT_EQ(observer->count(), 1);
+}
+
+TEST_P(PackageChanges, CheckpointsBetweenLooksNeverMixTheDatabaseWithAnotherLog)
+{
+    // Favourites and titles as a fresh fetch finds them now.
+    const auto now = [&] {
+        package->refreshNow();
+        QStringList favourite = ids(package->fetchAssetsInAssetCollection(
+            asAssetCollection(package->fetchAssetCollectionsWithType(AssetCollectionType::SmartAlbum,
+                                                                     AssetCollectionSubtype::SmartAlbumFavorites, nullptr)
+                                  ->firstObject()),
+            nullptr));
+        std::sort(favourite.begin(), favourite.end());
+        return favourite + titles(package->fetchTopLevelUserCollectionsWithOptions(nullptr));
+    };
+    const QString alsoFavourite = QStringLiteral("B6DB996D-8A0A-4983-AFBD-D206B7D38A23/L0/001");
+    commit(QStringLiteral("UPDATE ZASSET SET ZFAVORITE = 1, Z_OPT = Z_OPT + 1 WHERE Z_PK = 5;"), {{1, QStringLiteral("Asset"), 5}});
+    EXPECT_EQ(now(), (QStringList{beach, alsoFavourite, cliffs, "Empty Album", "Farmers Market", "Travel", "Folder1"}));
+    // A commit, then a checkpoint that writes both commits into the database file
+    // while the log keeps its generation.
+    commit(QStringLiteral("UPDATE ZASSET SET ZFAVORITE = 0, Z_OPT = Z_OPT + 1 WHERE Z_PK = 4;"), {{1, QStringLiteral("Asset"), 4}});
+    ASSERT_TRUE(copy->sql(QStringLiteral("PRAGMA wal_checkpoint(PASSIVE);"), true));
+    EXPECT_EQ(now(), (QStringList{beach, alsoFavourite, "Empty Album", "Farmers Market", "Travel", "Folder1"}));
+    // A checkpoint that makes the next commit start the log anew: the database
+    // file alone then holds the earlier ones.
+    commit(QStringLiteral("UPDATE ZGENERICALBUM SET ZTITLE = 'Market', Z_OPT = Z_OPT + 1 WHERE Z_PK = 41;"), {{1, QStringLiteral("Album"), 41}},
+           QStringLiteral("PRAGMA wal_checkpoint(RESTART);"));
+    EXPECT_EQ(now(), (QStringList{beach, alsoFavourite, "Empty Album", "Market", "Travel", "Folder1"}));
+    expectSource();
 }
 
 INSTANTIATE_TEST_SUITE_P(FromTheHistoryAndByComparison, PackageChanges, ::testing::Values(Source::History, Source::Comparison),
