@@ -286,27 +286,32 @@ TEST_F(RealLibraryTest, HistoryPrunedPastWhatWasSeenIsReadWhole)
 TEST_F(RealLibraryTest, ResultsAfterChangesAreWhatFetchingAnewFinds)
 {
     PackageCopy copy(library, {QStringLiteral("database/Photos.sqlite")});
+    // One album sorted by date, newest first: its members are read with their assets' rows.
+    ASSERT_TRUE(copy.sql(QStringLiteral("UPDATE ZGENERICALBUM SET ZCUSTOMSORTKEY = 1, ZCUSTOMSORTASCENDING = 0 WHERE Z_PK = 41;")));
     const auto package = open(copy.path());
     ASSERT_TRUE(package);
     const auto observer = std::make_shared<Observer>();
     package->registerChangeObserver(observer);
-    const auto favouritesAlbum = asAssetCollection(
-        package->fetchAssetCollectionsWithType(AssetCollectionType::SmartAlbum, AssetCollectionSubtype::SmartAlbumFavorites, nullptr)
-            ->firstObject());
     QList<FetchOptions> options(4);
     options[0].sortDescriptors = {{QStringLiteral("creationDate"), false}};
     options[1].sortDescriptors = {{QStringLiteral("favorite"), false}, {QStringLiteral("creationDate"), true}};
     options[2].predicate = Predicate{QStringLiteral("creationDate > %@ AND creationDate < %@"),
                                      {QDateTime::fromString(QStringLiteral("2020-08-01T00:00:00Z"), Qt::ISODate),
                                       QDateTime::fromString(QStringLiteral("2021-01-01T00:00:00Z"), Qt::ISODate)}};
-    const auto fetchAll = [&] {
+    const auto fetchAll = [&](const std::shared_ptr<OrvPhotosLibrary::Package>& from) {
         QList<FetchResultPtr> results;
         for (const FetchOptions& option : options)
-            results.append(package->fetchAssetsWithOptions(&option));
-        results.append(package->fetchAssetsInAssetCollection(favouritesAlbum, &options[0]));
+            results.append(from->fetchAssetsWithOptions(&option));
+        const auto favouritesAlbum = asAssetCollection(
+            from->fetchAssetCollectionsWithType(AssetCollectionType::SmartAlbum, AssetCollectionSubtype::SmartAlbumFavorites, nullptr)
+                ->firstObject());
+        results.append(from->fetchAssetsInAssetCollection(favouritesAlbum, &options[0]));
+        const auto albums = from->fetchAssetCollectionsWithType(AssetCollectionType::Album, AssetCollectionSubtype::Any, nullptr);
+        for (qsizetype i = 0; i < albums->count(); ++i)
+            results.append(from->fetchAssetsInAssetCollection(asAssetCollection(albums->objectAtIndex(i)), nullptr));
         return results;
     };
-    QList<FetchResultPtr> followed = fetchAll();
+    QList<FetchResultPtr> followed = fetchAll(package);
     QRandomGenerator random(20);
     int next = 200;
     QList<int> keys{1, 2, 3, 4, 5};
@@ -357,12 +362,18 @@ TEST_F(RealLibraryTest, ResultsAfterChangesAreWhatFetchingAnewFinds)
         package->refreshNow();
         package->waitForQueue();
         const ChangePtr change = observer->count() > before ? observer->last() : nullptr;
-        const QList<FetchResultPtr> fresh = fetchAll();
+        const QList<FetchResultPtr> fresh = fetchAll(package);
+        // The library read anew (every album whole) agrees with the one that followed the changes.
+        const auto reopened = open(copy.path());
+        ASSERT_TRUE(reopened);
+        const QList<FetchResultPtr> read = fetchAll(reopened);
+        ASSERT_EQ(read.size(), followed.size());
         for (qsizetype i = 0; i < followed.size(); ++i) {
             const auto details = change ? change->changeDetailsForFetchResult(followed[i]) : nullptr;
             if (details)
                 followed[i] = details->fetchResultAfterChanges();
             EXPECT_EQ(ids(followed[i]), ids(fresh[i])) << "round " << round << ", result " << i;
+            EXPECT_EQ(ids(read[i]), ids(fresh[i])) << "round " << round << ", result " << i << " read anew";
         }
     }
     EXPECT_EQ(package->fullReads(), 0);
