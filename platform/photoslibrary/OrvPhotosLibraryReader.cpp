@@ -203,7 +203,8 @@ std::vector<AlbumRow> Reader::albums()
     return result;
 }
 
-QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albums, const QList<qint64>* keys)
+QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albums, const QList<qint64>* keys,
+                                             const QSet<qint64>* shown)
 {
     QHash<qint64, QList<qint64>> result;
     const Schema::AlbumAssets& join = mySchema.albumAssets();
@@ -212,17 +213,46 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
     const QString attributes = attributesJoin();
     const QString title = attributes.isEmpty() ? QStringLiteral("NULL")
                                                : mySchema.column(QStringLiteral("aa"), attributesTable, QStringLiteral("ZTITLE"));
-    const QString select =
-        QStringLiteral("SELECT j.%1, j.%2, %3, %4, %5 FROM %6 j JOIN %7 a ON a.Z_PK = j.%2%8 WHERE %9")
-            .arg(join.album, join.asset, join.order.isEmpty() ? QStringLiteral("0") : QStringLiteral("j.") + join.order,
-                 mySchema.column(QStringLiteral("a"), mySchema.assetTable(), QStringLiteral("ZDATECREATED")), title,
-                 join.table, mySchema.assetTable(), attributes, visible(QStringLiteral("a")));
-    QStringList queries;
-    if (!keys) {
-        queries.append(select);
+    const QString order = join.order.isEmpty() ? QStringLiteral("0") : QStringLiteral("j.") + join.order;
+    const QString select = QStringLiteral("SELECT j.%1, j.%2, %3, %4, %5 FROM %6 j JOIN %7 a ON a.Z_PK = j.%2%8 WHERE %9")
+                               .arg(join.album, join.asset, order,
+                                    mySchema.column(QStringLiteral("a"), mySchema.assetTable(), QStringLiteral("ZDATECREATED")),
+                                    title, join.table, mySchema.assetTable(), attributes, visible(QStringLiteral("a")));
+    // Albums sorted by date or title need values of their assets' rows; an album
+    // as arranged needs only the join table when the shown assets are known
+    // (looking up every entry's asset row would cost most of reading a library).
+    const auto sortedByValue = [](const AlbumRow& album) { return album.sortKey == 1 || album.sortKey == 5; };
+    QList<qint64> valued;
+    if (shown) {
+        for (auto it = albums.cbegin(); it != albums.cend(); ++it) {
+            if (sortedByValue(it.value()) && (!keys || keys->contains(it.key())))
+                valued.append(it.key());
+        }
+        std::sort(valued.begin(), valued.end());
+    }
+    struct Query
+    {
+        QString sql;
+        bool joined;
+    };
+    std::vector<Query> queries;
+    if (!shown) {
+        if (!keys) {
+            queries.push_back({select, true});
+        } else {
+            for (const QList<qint64>& slice : slices(*keys))
+                queries.push_back({select + QStringLiteral(" AND j.%1 IN (%2)").arg(join.album, keyList(slice)), true});
+        }
     } else {
-        for (const QList<qint64>& slice : slices(*keys))
-            queries.append(select + QStringLiteral(" AND j.%1 IN (%2)").arg(join.album, keyList(slice)));
+        const QString plain = QStringLiteral("SELECT j.%1, j.%2, %3, NULL, NULL FROM %4 j").arg(join.album, join.asset, order, join.table);
+        if (!keys) {
+            queries.push_back({plain, false});
+        } else {
+            for (const QList<qint64>& slice : slices(*keys))
+                queries.push_back({plain + QStringLiteral(" WHERE j.%1 IN (%2)").arg(join.album, keyList(slice)), false});
+        }
+        for (const QList<qint64>& slice : slices(valued))
+            queries.push_back({select + QStringLiteral(" AND j.%1 IN (%2)").arg(join.album, keyList(slice)), true});
     }
 
     struct Entry
@@ -233,12 +263,20 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
         QString title;
     };
     QHash<qint64, std::vector<Entry>> entries;
-    for (const QString& sql : std::as_const(queries)) {
-        Statement rows(myDb, sql);
+    for (const Query& query : queries) {
+        Statement rows(myDb, query.sql);
         while (rows.next()) {
             const qint64 album = rows.integer(0);
-            if (albums.contains(album))
+            const auto known = albums.constFind(album);
+            if (known == albums.cend())
+                continue;
+            if (query.joined) {
                 entries[album].push_back({rows.integer(1), rows.integer(2), rows.real(3), rows.text(4)});
+            } else if (!sortedByValue(known.value())) {
+                const qint64 asset = rows.integer(1);
+                if (shown->contains(asset))
+                    entries[album].push_back({asset, rows.integer(2), std::nullopt, QString()});
+            }
         }
         if (rows.failed())
             myError = rows.error();

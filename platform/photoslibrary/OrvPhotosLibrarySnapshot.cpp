@@ -268,8 +268,16 @@ bool Snapshot::copy(const Snapshot* previous, QString* error)
         const FileStamp logBefore = FileStamp::of(log);
         const QByteArray headerBefore = logHeader(log);
 
-        // The last copy of an unchanged database file serves again (SQLite never writes it).
-        const bool reused = previous && previous->myCopy && previous->myDatabase == before
+        // The last copy serves again while the database file is unchanged, or while
+        // the log is the same generation (same header: its salts and checkpoint
+        // count change whenever it restarts): the database is then written only by
+        // checkpoints, which copy into it pages whose frames the log still holds
+        // and which SQLite reads from the log in the copy. A change then costs
+        // what the log holds, not what the library holds.
+        const bool sameLog = previous && Wal::isValidHeader(headerBefore) && previous->myLogHeader == headerBefore
+            && previous->myLog.exists && previous->myLog.inode == logBefore.inode && previous->myLog.device == logBefore.device
+            && previous->myDatabase.inode == before.inode && previous->myDatabase.device == before.device;
+        const bool reused = previous && previous->myCopy && (previous->myDatabase == before || sameLog)
             && ::link(QFile::encodeName(previous->myCopy->filePath(QStringLiteral("Photos.sqlite"))).constData(),
                       QFile::encodeName(copiedDatabase).constData())
                 == 0;
@@ -302,6 +310,8 @@ bool Snapshot::copy(const Snapshot* previous, QString* error)
             // The log as it was before the copy: one that grew meanwhile is not current.
             myDatabase = after;
             myLog = logBefore;
+            // The generation of the log this copy of the database goes with.
+            myLogHeader = headerBefore;
             return open(copiedDatabase, error);
         }
     }

@@ -9,8 +9,9 @@
 // database and its write-ahead log (the part SQLite would use) are copied into
 // a private folder, and the copy counts only if the files did not change while
 // it was made; else it is made again, a few times. The database file of the
-// last snapshot is reused while the library's file is unchanged, so following
-// a library costs what its log holds, not what the library holds.
+// last snapshot is reused while the library's file is unchanged or its log is
+// the same generation (checkpoints only copy in what the log still holds), so
+// following a library costs what its log holds, not what the library holds.
 
 #include <QByteArray>
 #include <QString>

@@ -93,10 +93,11 @@ protected:
         ASSERT_TRUE(farmersMarket && sanJuan);
     }
 
-    // One transaction as Photos commits it: the rows, and what the history says of them.
-    void commit(const QString& statements, const QList<std::tuple<int, QString, int>>& history)
+    // One transaction as Photos commits it: the rows, and what the history says of them
+    // (after what the same connection runs first).
+    void commit(const QString& statements, const QList<std::tuple<int, QString, int>>& history, const QString& first = QString())
     {
-        QString sql = QStringLiteral("BEGIN;") + statements;
+        QString sql = first + QStringLiteral("BEGIN;") + statements;
         if (GetParam() == Source::History) {
             sql += QStringLiteral("INSERT INTO ATRANSACTION (Z_ENT, Z_OPT, ZTIMESTAMP) VALUES (16002, 1, 700000000);");
             for (const auto& [type, entity, key] : history)
@@ -228,6 +229,35 @@ TEST_P(PackageChanges, ABurstOfCommitsIsOneChange)
     EXPECT_EQ(observer->count(), 1);
 }
 
+TEST_P(PackageChanges, CheckpointsBetweenLooksNeverMixTheDatabaseWithAnotherLog)
+{
+    // Favourites and titles as a fresh fetch finds them now.
+    const auto now = [&] {
+        package->refreshNow();
+        QStringList favourite = ids(package->fetchAssetsInAssetCollection(
+            asAssetCollection(package->fetchAssetCollectionsWithType(AssetCollectionType::SmartAlbum,
+                                                                     AssetCollectionSubtype::SmartAlbumFavorites, nullptr)
+                                  ->firstObject()),
+            nullptr));
+        std::sort(favourite.begin(), favourite.end());
+        return favourite + titles(package->fetchTopLevelUserCollectionsWithOptions(nullptr));
+    };
+    const QString alsoFavourite = QStringLiteral("B6DB996D-8A0A-4983-AFBD-D206B7D38A23/L0/001");
+    commit(QStringLiteral("UPDATE ZASSET SET ZFAVORITE = 1, Z_OPT = Z_OPT + 1 WHERE Z_PK = 5;"), {{1, QStringLiteral("Asset"), 5}});
+    EXPECT_EQ(now(), (QStringList{beach, alsoFavourite, cliffs, "Empty Album", "Farmers Market", "Travel", "Folder1"}));
+    // A commit, then a checkpoint that writes both commits into the database file
+    // while the log keeps its generation.
+    commit(QStringLiteral("UPDATE ZASSET SET ZFAVORITE = 0, Z_OPT = Z_OPT + 1 WHERE Z_PK = 4;"), {{1, QStringLiteral("Asset"), 4}});
+    ASSERT_TRUE(copy->sql(QStringLiteral("PRAGMA wal_checkpoint(PASSIVE);"), true));
+    EXPECT_EQ(now(), (QStringList{beach, alsoFavourite, "Empty Album", "Farmers Market", "Travel", "Folder1"}));
+    // A checkpoint that makes the next commit start the log anew: the database
+    // file alone then holds the earlier ones.
+    commit(QStringLiteral("UPDATE ZGENERICALBUM SET ZTITLE = 'Market', Z_OPT = Z_OPT + 1 WHERE Z_PK = 41;"), {{1, QStringLiteral("Album"), 41}},
+           QStringLiteral("PRAGMA wal_checkpoint(RESTART);"));
+    EXPECT_EQ(now(), (QStringList{beach, alsoFavourite, "Empty Album", "Market", "Travel", "Folder1"}));
+    expectSource();
+}
+
 INSTANTIATE_TEST_SUITE_P(FromTheHistoryAndByComparison, PackageChanges, ::testing::Values(Source::History, Source::Comparison),
                          [](const ::testing::TestParamInfo<Source>& info) {
                              return info.param == Source::History ? std::string("History") : std::string("Comparison");
@@ -256,27 +286,32 @@ TEST_F(RealLibraryTest, HistoryPrunedPastWhatWasSeenIsReadWhole)
 TEST_F(RealLibraryTest, ResultsAfterChangesAreWhatFetchingAnewFinds)
 {
     PackageCopy copy(library, {QStringLiteral("database/Photos.sqlite")});
+    // One album sorted by date, newest first: its members are read with their assets' rows.
+    ASSERT_TRUE(copy.sql(QStringLiteral("UPDATE ZGENERICALBUM SET ZCUSTOMSORTKEY = 1, ZCUSTOMSORTASCENDING = 0 WHERE Z_PK = 41;")));
     const auto package = open(copy.path());
     ASSERT_TRUE(package);
     const auto observer = std::make_shared<Observer>();
     package->registerChangeObserver(observer);
-    const auto favouritesAlbum = asAssetCollection(
-        package->fetchAssetCollectionsWithType(AssetCollectionType::SmartAlbum, AssetCollectionSubtype::SmartAlbumFavorites, nullptr)
-            ->firstObject());
     QList<FetchOptions> options(4);
     options[0].sortDescriptors = {{QStringLiteral("creationDate"), false}};
     options[1].sortDescriptors = {{QStringLiteral("favorite"), false}, {QStringLiteral("creationDate"), true}};
     options[2].predicate = Predicate{QStringLiteral("creationDate > %@ AND creationDate < %@"),
                                      {QDateTime::fromString(QStringLiteral("2020-08-01T00:00:00Z"), Qt::ISODate),
                                       QDateTime::fromString(QStringLiteral("2021-01-01T00:00:00Z"), Qt::ISODate)}};
-    const auto fetchAll = [&] {
+    const auto fetchAll = [&](const std::shared_ptr<OrvPhotosLibrary::Package>& from) {
         QList<FetchResultPtr> results;
         for (const FetchOptions& option : options)
-            results.append(package->fetchAssetsWithOptions(&option));
-        results.append(package->fetchAssetsInAssetCollection(favouritesAlbum, &options[0]));
+            results.append(from->fetchAssetsWithOptions(&option));
+        const auto favouritesAlbum = asAssetCollection(
+            from->fetchAssetCollectionsWithType(AssetCollectionType::SmartAlbum, AssetCollectionSubtype::SmartAlbumFavorites, nullptr)
+                ->firstObject());
+        results.append(from->fetchAssetsInAssetCollection(favouritesAlbum, &options[0]));
+        const auto albums = from->fetchAssetCollectionsWithType(AssetCollectionType::Album, AssetCollectionSubtype::Any, nullptr);
+        for (qsizetype i = 0; i < albums->count(); ++i)
+            results.append(from->fetchAssetsInAssetCollection(asAssetCollection(albums->objectAtIndex(i)), nullptr));
         return results;
     };
-    QList<FetchResultPtr> followed = fetchAll();
+    QList<FetchResultPtr> followed = fetchAll(package);
     QRandomGenerator random(20);
     int next = 200;
     QList<int> keys{1, 2, 3, 4, 5};
@@ -327,12 +362,18 @@ TEST_F(RealLibraryTest, ResultsAfterChangesAreWhatFetchingAnewFinds)
         package->refreshNow();
         package->waitForQueue();
         const ChangePtr change = observer->count() > before ? observer->last() : nullptr;
-        const QList<FetchResultPtr> fresh = fetchAll();
+        const QList<FetchResultPtr> fresh = fetchAll(package);
+        // The library read anew (every album whole) agrees with the one that followed the changes.
+        const auto reopened = open(copy.path());
+        ASSERT_TRUE(reopened);
+        const QList<FetchResultPtr> read = fetchAll(reopened);
+        ASSERT_EQ(read.size(), followed.size());
         for (qsizetype i = 0; i < followed.size(); ++i) {
             const auto details = change ? change->changeDetailsForFetchResult(followed[i]) : nullptr;
             if (details)
                 followed[i] = details->fetchResultAfterChanges();
             EXPECT_EQ(ids(followed[i]), ids(fresh[i])) << "round " << round << ", result " << i;
+            EXPECT_EQ(ids(read[i]), ids(fresh[i])) << "round " << round << ", result " << i << " read anew";
         }
     }
     EXPECT_EQ(package->fullReads(), 0);
