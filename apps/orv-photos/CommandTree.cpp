@@ -58,7 +58,7 @@ QJsonObject describeTree(quint32 type, OrvExternalDatabase* database)
         const QUrl data = foto.dataUrl(FOTO_CACHE_SIZE_FULL);
         fotos.append(QJsonObject{{QStringLiteral("id"), urlText(foto.id())},
                                  {QStringLiteral("name"), OrvFotoDate::nameOf(foto)},
-                                 {QStringLiteral("taken"), OrvFotoDate::toIsoString(foto.taken())},
+                                 {QStringLiteral("taken"), OrvFotoDate::toIsoString(OrvFotoDate::takenOf(database, foto))},
                                  {QStringLiteral("rating"), foto.adobeRating()},
                                  {QStringLiteral("faces"), faces},
                                  {QStringLiteral("file"), data.isLocalFile() ? data.toLocalFile() : QString()}});

@@ -1,6 +1,7 @@
 #include "OrvFotoDate.h"
 
 #include "OrvExternalFoto.h"
+#include "OrvFotoCacheManager.h"
 
 namespace {
 
@@ -38,6 +39,15 @@ bool OrvFotoDate::isStandIn(const QDateTime& taken)
 }
 
 bool OrvFotoDate::isKnown(const QDateTime& taken) { return taken.isValid() && !isStandIn(taken); }
+
+QDateTime OrvFotoDate::takenOf(const OrvExternalDatabase* database, const OrvExternalFoto& foto)
+{
+    if (foto.taken().isValid() || !database || !foto.isValid())
+        return foto.taken();
+    return OrvSingleton<OrvFotoCacheManager>::instance()
+        ->metaData(OrvFoto(OrvFotoKeyExternalService(database, foto.id())), OrvPriorityNormal, true)
+        .pictureTaken();
+}
 
 QString OrvFotoDate::nameOf(const OrvExternalFoto& foto)
 {

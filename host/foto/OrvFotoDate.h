@@ -4,6 +4,7 @@
 #include <QLocale>
 #include <QString>
 
+class OrvExternalDatabase;
 class OrvExternalFoto;
 
 // When a foto was taken, as sources put it into their fotos and metadata:
@@ -26,6 +27,9 @@ public:
     static bool isKnown(const QDateTime& taken);
     // Whether taken lies where stand-ins do: from the epoch, less than 2^32 ms after it.
     static bool isStandIn(const QDateTime& taken);
+    // When the foto was taken: its own date, else the date its source's metadata
+    // gives (a camera lists its items without dates; its catalogue has them).
+    static QDateTime takenOf(const OrvExternalDatabase* database, const OrvExternalFoto& foto);
     // The name to show and to write the foto under: its own, but the first part
     // of its id (before "/") where the name is that of a stand-in date.
     static QString nameOf(const OrvExternalFoto& foto);

@@ -153,7 +153,7 @@ QVariant OrvFotoGridModel::data(const QModelIndex& index, int role) const
     }
     case Qt::DisplayRole: {
         const OrvExternalFoto foto = fotoAt(index.row());
-        const QString taken = OrvFotoDate::toDisplayString(foto.taken(), QLocale::ShortFormat);
+        const QString taken = OrvFotoDate::toDisplayString(OrvFotoDate::takenOf(myDatabase.data(), foto), QLocale::ShortFormat);
         const QString name = OrvFotoDate::nameOf(foto);
         return taken.isEmpty() ? name : name + QLatin1Char('\n') + taken;
     }

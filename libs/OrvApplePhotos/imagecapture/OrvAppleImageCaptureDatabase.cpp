@@ -134,9 +134,9 @@ void OrvAppleImageCaptureDatabase::cameraItemsAdded(const OrvExternalId& albumId
     fotos.reserve(items.size());
     for (const CameraItemPtr& item : items) {
         const QString name = item->name();
-        // Dated as the metadata dates it, so lists, sorting and details agree without a download.
+        // No date of its own: the host finds the item's date in its metadata (fillMetaData).
         fotos.append(OrvExternalFoto(new OrvExternalFotoImplDataWebService(
-            createExternalIdItem(item), name, OrvMediaFormat(QFileInfo(name)), item->creationDate(), QSize(-1, -1))));
+            createExternalIdItem(item), name, OrvMediaFormat(QFileInfo(name)), QDateTime(), QSize(-1, -1))));
     }
     fotosInserted(fotos, albumId);
 }

@@ -289,7 +289,7 @@ TEST(BrowserWindow, FollowsDevicesPluggedAndUnplugged)
     EXPECT_TRUE(taken.startsWith(QStringLiteral("Aufgenommen: "))) << taken.toStdString();
     EXPECT_FALSE(taken.contains(QStringLiteral("unbekannt")) || taken.contains(QStringLiteral("UTC"))) << taken.toStdString();
     // The grid, the details and the foto (what tree --json prints) give one date.
-    const QDateTime cameraDate = devices.findExternalFoto(window.gridModel()->fotoAt(1).id()).taken();
+    const QDateTime cameraDate = OrvFotoDate::takenOf(&devices, devices.findExternalFoto(window.gridModel()->fotoAt(1).id()));
     ASSERT_TRUE(cameraDate.isValid());
     EXPECT_EQ(taken, QStringLiteral("Aufgenommen: ") + OrvFotoDate::toDisplayString(cameraDate, QLocale::LongFormat));
     EXPECT_EQ(window.gridModel()->index(1, 0).data().toString().section(QLatin1Char('\n'), 1),
