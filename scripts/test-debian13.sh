@@ -129,5 +129,5 @@ if [ "$mode" = shell ]; then
   in_root "$cache/root" bash -c 'cd /work/src && exec bash -i'
 else
   echo "== Debian 13: $(in_root "$cache/root" sh -c '. /etc/os-release; echo "$PRETTY_NAME"')"
-  in_root "$cache/root" bash /work/src/scripts/test.sh --quick
+  in_root "$cache/root" bash /work/src/scripts/test.sh --quick --lean
 fi

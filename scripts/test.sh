@@ -6,17 +6,22 @@
 #   scripts/test.sh --quick    the normal build only
 #   scripts/test.sh --tsan     additionally the threaded suites under ThreadSanitizer
 #   scripts/test.sh --clang    additionally ASan + UBSan built with clang, whose UBSan checks more
+#   scripts/test.sh --lean     the normal build as a check only: -O1 without debug information
+#                              and without the benchmarks (CI's second system)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 quick=0
 tsan=0
 clang=0
+lean=()
 for argument in "$@"; do
   case "$argument" in
     --quick) quick=1 ;;
     --tsan) tsan=1 ;;
     --clang) clang=1 ;;
-    *) echo "usage: $0 [--quick] [--tsan] [--clang]" >&2; exit 1 ;;
+    --lean) lean=("-DCMAKE_C_FLAGS_RELWITHDEBINFO=-O1 -DNDEBUG" "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -DNDEBUG"
+                  -DORV_BUILD_BENCH=OFF) ;;
+    *) echo "usage: $0 [--quick] [--tsan] [--clang] [--lean]" >&2; exit 1 ;;
   esac
 done
 
@@ -39,7 +44,7 @@ run_suite() {  # build dir, cmake options...
 }
 
 echo "== normal build"
-run_suite "$root/build"
+run_suite "$root/build" "${lean[@]}"
 if [ "$quick" -eq 0 ]; then
   echo "== AddressSanitizer + UndefinedBehaviorSanitizer build"
   export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
