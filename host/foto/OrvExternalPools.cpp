@@ -384,7 +384,8 @@ OrvExternalFotoList OrvExternalDataPool::fotosInAlbumTree(const OrvExternalId& a
     OrvExternalFotoList result;
     QSet<OrvExternalId> seen;
     for (const OrvExternalId& id : myAlbums.albumTree(albumId)) {
-        for (const OrvExternalId& fotoId : myAlbums.find(id).fotoIds()) {
+        const OrvExternalAlbum album = myAlbums.find(id);
+        for (const OrvExternalId& fotoId : album.fotoIds()) {
             if (seen.contains(fotoId))
                 continue;
             const OrvExternalFoto foto = myFotos.find(fotoId);
