@@ -2,9 +2,11 @@
 
 #include "OrvBrowserTranslator.h"
 #include "OrvDidYouMean.h"
+#include "OrvExternalDatabase.h"
 #include "OrvFotoRegistries.h"
 #include "OrvInitializer.h"
 #include "OrvLanguage.h"
+#include "OrvLibraryFolders.h"
 #include "OrvLibraryLocations.h"
 #include "OrvPlatformBackends.h"
 #include "OrvPlatformIndependent.h"
@@ -281,6 +283,12 @@ int main(int argc, char** argv)
     if (OrvSingleton<OrvInitializer>::instance()->setupAll() == 0) {
         err() << "orv-photos: " << OrvCommandLine::tr("%1 registered no initializer").arg(pluginPath) << "\n";
         return 2;
+    }
+    // The library sources list their albums flat; the program shows them in their library's folders.
+    for (const auto& source : registeredSources()) {
+        const QString service = source.second->serviceId();
+        if (!OrvLibraryLocations::libraryFile(service).isEmpty())
+            OrvLibraryFolders::arrange(source.second, [service] { return OrvLibraryLocations::libraryFile(service); });
     }
     return command->run(arguments);
 }

@@ -96,6 +96,7 @@ OrvExternalDatabase::OrvExternalDatabase(const OrvExternalService& service, cons
             [this](const OrvExternalDataPool& pool) {
                 if (&pool != &myDataPool)
                     myDataPool = pool;
+                arrangeAlbums();
             },
             Qt::DirectConnection);
     myGroupModel = new OrvGroupModel(this);
@@ -103,6 +104,30 @@ OrvExternalDatabase::OrvExternalDatabase(const OrvExternalService& service, cons
 }
 
 OrvExternalDatabase::~OrvExternalDatabase() = default;
+
+void OrvExternalDatabase::setAlbumArrangement(const AlbumArrangement& arrangement)
+{
+    {
+        const std::lock_guard<std::mutex> lock(myArrangementLock);
+        myAlbumArrangement = arrangement;
+    }
+    // The views built from the pool there is now follow.
+    if (arrangeAlbums())
+        emit updateTreeModel();
+}
+
+bool OrvExternalDatabase::arrangeAlbums()
+{
+    AlbumArrangement arrangement;
+    {
+        const std::lock_guard<std::mutex> lock(myArrangementLock);
+        arrangement = myAlbumArrangement;
+    }
+    if (!arrangement || myDataPool.countAlbums() == 0)
+        return false;
+    myDataPool.setAlbums(arrangement(myDataPool.albumPool()));
+    return true;
+}
 
 bool OrvExternalDatabase::doLazyInit() { return true; }
 

@@ -11,6 +11,9 @@
 #include <QObject>
 #include <QStringList>
 
+#include <functional>
+#include <mutex>
+
 class OrvFotoRetrieverInterface;
 class OrvGenericUrlTreeModel;
 class OrvGroupModelAbstract;
@@ -91,6 +94,12 @@ public:
     int countFotos() const { return myDataPool.countFotos(); }
     OrvFacePositions createFacePositions(const OrvExternalId& id, bool withNames) const;
 
+    // How the albums of every pool the source sets are arranged before anyone
+    // sees them: the host's knowledge of a library's folders, which the source
+    // itself does not read. Applied to the pool there is now as well; none by default.
+    using AlbumArrangement = std::function<OrvExternalAlbumPool(const OrvExternalAlbumPool&)>;
+    void setAlbumArrangement(const AlbumArrangement& arrangement);
+
 signals:
     void albumAdded(const OrvExternalAlbum& album, const QIcon& icon);
     // With removeFromPool false the source removes the album from its pool itself.
@@ -105,9 +114,13 @@ signals:
     void updateTreeModel();
 
 private:
+    bool arrangeAlbums();
     OrvExternalService myService;
     OrvFotoDatabaseType myType;
     OrvExternalUrlBuilder myUrlBuilder;
     OrvExternalDataPool myDataPool;
     OrvGroupModelAbstract* myGroupModel;
+    // Pools may be set on a loading thread.
+    mutable std::mutex myArrangementLock;
+    AlbumArrangement myAlbumArrangement;
 };

@@ -47,8 +47,6 @@ struct AlbumRecord
     Text name;
     bool hasType = false;
     Text type;
-    bool hasParent = false;
-    Text parent;  // the "AlbumId" of the folder that holds it
     quint32 firstKey = 0;
     quint32 keyCount = 0;
 };

@@ -35,10 +35,7 @@ void Builder::take(const Batch& batch)
             ids.append(fotoId(batch, batch.keys[i]));
         const OrvExternalAlbumType type = record.hasType ? myParser.albumType(string(batch, record.type))
                                                          : OrvExternalAlbumType(OrvExternalAlbumType::Special);
-        OrvExternalAlbum album(myParser.buildAlbumId(string(batch, record.id)), string(batch, record.name), ids, type);
-        // As the library names it; whether that folder exists is settled once all albums are read.
-        if (record.hasParent)
-            album.setParentAlbum(myParser.buildAlbumId(string(batch, record.parent)));
+        const OrvExternalAlbum album(myParser.buildAlbumId(string(batch, record.id)), string(batch, record.name), ids, type);
         if (album.isValid())
             albums.add(album);
     }

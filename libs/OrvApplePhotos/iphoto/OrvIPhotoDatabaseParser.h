@@ -63,15 +63,6 @@ public:
     static QDateTime fotoDate(QByteArrayView text);
     // A "Rating" text as a whole number.
     static int rating(QByteArrayView text);
-    // The albums with each in the folder its "Parent" names, as far as that
-    // makes a tree: a parent that is no album of the pool (or the album
-    // itself) puts the album at the top; following the parents from each
-    // album in the pool's order, the parent that leads back into the albums
-    // just followed is dropped; an album deeper than maxFolderDepth goes to
-    // the top with what it holds. Order and everything else stay.
-    static OrvExternalAlbumPool placedInFolders(const OrvExternalAlbumPool& albums);
-    // Folders inside folders nest at most this deep (libraries nest a few).
-    static constexpr int maxFolderDepth = 32;
 
     // How deep elements may nest before the file is refused.
     static constexpr int maxDepth = 1000;

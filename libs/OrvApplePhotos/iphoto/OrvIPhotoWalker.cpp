@@ -40,7 +40,6 @@ constexpr QByteArrayView albumIdKey("AlbumId");
 constexpr QByteArrayView albumNameKey("AlbumName");
 constexpr QByteArrayView albumTypeKey("Album Type");
 constexpr QByteArrayView keyListKey("KeyList");
-constexpr QByteArrayView parentKey("Parent");
 constexpr QByteArrayView imagePathKey("ImagePath");
 constexpr QByteArrayView thumbPathKey("ThumbPath");
 constexpr QByteArrayView mediaTypeKey("MediaType");
@@ -60,7 +59,7 @@ enum class Role : quint8 {
     PersonsDict,   // person key -> person dict
     PersonDict,    // "name"
     AlbumArray,    // every child is an album dict
-    AlbumDict,     // "AlbumId", "AlbumName", "Album Type", "KeyList", "Parent"
+    AlbumDict,     // "AlbumId", "AlbumName", "Album Type", "KeyList"
     KeyListArray,  // every child's text is a foto key
     FotosDict,     // foto key -> foto dict
     FotoDict,      // "ImagePath", "ThumbPath", "MediaType", "Faces", "DateAsTimerInterval", "Rating"
@@ -79,7 +78,6 @@ enum class Key : quint8 {
     AlbumName,
     AlbumType,
     KeyList,
-    Parent,
     ImagePath,
     ThumbPath,
     MediaType,
@@ -135,8 +133,6 @@ Key keyOf(Role dict, QByteArrayView text)
             return Key::KeyList;
         if (text == albumNameKey)
             return Key::AlbumName;
-        if (text == parentKey)
-            return Key::Parent;
         break;
     case Role::FotoDict:
         if (text == imagePathKey)
@@ -191,7 +187,6 @@ bool valueNeedsText(Key key)
     case Key::AlbumId:
     case Key::AlbumName:
     case Key::AlbumType:
-    case Key::Parent:
     case Key::ImagePath:
     case Key::ThumbPath:
     case Key::MediaType:
@@ -643,10 +638,6 @@ private:
             break;
         case Key::AlbumName:
             myAlbum.name = store(text, present);
-            break;
-        case Key::Parent:
-            myAlbum.hasParent = true;
-            myAlbum.parent = store(text, present);
             break;
         case Key::KeyListItem:
             myBatch->keys.push_back(store(text, present));

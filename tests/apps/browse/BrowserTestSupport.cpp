@@ -1,5 +1,7 @@
 #include "BrowserTestSupport.h"
 
+#include "OrvLibraryFolders.h"
+
 #include "OrvBrowserWindow.h"
 #include "OrvFotoGridModel.h"
 #include "OrvFotoCacheManager.h"
@@ -84,6 +86,8 @@ public:
         OrvTest::writeFile(root + QStringLiteral("/config/apple/iphoto.conf"),
                            "[General]\nXMLDataFilePath=" + root.toUtf8() + "/AlbumData.xml\n");
         qputenv("XDG_CONFIG_HOME", (root + QStringLiteral("/config")).toLocal8Bit());
+        // As the program does: the library's folders from its file.
+        OrvLibraryFolders::arrange(iphoto(), [root] { return root + QStringLiteral("/AlbumData.xml"); });
 
         OrvPhotoKitSim::install();
         libs.photos = OrvPhotoKitSim::Library::loadDescription(OrvTest::sourceDir() + QStringLiteral("/samples/photos/library.json"));

@@ -84,6 +84,38 @@ TEST(OrvExternalDatabase, NotificationsKeepThePoolCurrentBeforeViewsHearOfThem)
     EXPECT_EQ(db.countFotos(), 0);
 }
 
+TEST(OrvExternalDatabase, EveryPoolTheSourceSetsIsArrangedBeforeViewsSeeIt)
+{
+    TestDatabase db;
+    OrvExternalAlbumPool flat;
+    flat.add(makeAlbum(db.album(QStringLiteral("folder")), QStringLiteral("F")));
+    flat.add(makeAlbum(db.album(QStringLiteral("inside")), QStringLiteral("I")));
+    emit db.dataPoolSet(OrvExternalDataPool(flat, OrvExternalFotoPool()));
+    int arranged = 0;
+    // Set after a pool: that pool is arranged at once.
+    db.setAlbumArrangement([&](const OrvExternalAlbumPool& albums) {
+        ++arranged;
+        OrvExternalAlbumPool result = albums;
+        result.add(makeAlbum(db.album(QStringLiteral("inside")), QStringLiteral("I"), db.album(QStringLiteral("folder"))));
+        return result;
+    });
+    EXPECT_EQ(arranged, 1);
+    EXPECT_EQ(db.getExternalDataPoolConst().childAlbums(db.album(QStringLiteral("folder"))).size(), 1);
+
+    // A new pool, set on a loading thread, is arranged before a view hears of it.
+    int childrenSeen = -1;
+    QObject::connect(&db, &OrvExternalDatabase::dataPoolSet, [&](const OrvExternalDataPool&) {
+        childrenSeen = int(db.getExternalDataPoolConst().childAlbums(db.album(QStringLiteral("folder"))).size());
+    });
+    std::thread loader([&] { emit db.dataPoolSet(OrvExternalDataPool(flat, OrvExternalFotoPool())); });
+    loader.join();
+    EXPECT_EQ(arranged, 2);
+    EXPECT_EQ(childrenSeen, 1);
+    // No albums, nothing to arrange.
+    emit db.dataPoolSet(OrvExternalDataPool());
+    EXPECT_EQ(arranged, 2);
+}
+
 TEST(OrvGenericUrlTreeModel, FollowsTheSourceIncludingNotificationsFromOtherThreads)
 {
     TestDatabase db;

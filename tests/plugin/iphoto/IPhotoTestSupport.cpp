@@ -98,8 +98,6 @@ public:
             for (const OrvExternalId& person : foto.allPersonsOnThisFoto())
                 persons.addKid(person, foto.id());
         }
-        // Which folders exist is known once every album is read.
-        albums = OrvIPhotoDatabaseParser::placedInFolders(albums);
     }
 
     OrvExternalAlbumPool albums;
@@ -146,7 +144,6 @@ private:
             OrvExternalId id;
             QString name;
             OrvExternalIdList ids;
-            OrvExternalId parent;
             quint32 type = OrvExternalAlbumType::Special;
             forEachKey(child, [&](const QString& key, const QDomElement& value) {
                 if (key == QLatin1String("Album Type")) {
@@ -158,12 +155,9 @@ private:
                         ids.append(buildFotoId(item.text()));
                 } else if (key == QLatin1String("AlbumName")) {
                     name = value.text();
-                } else if (key == QLatin1String("Parent")) {
-                    parent = buildAlbumId(value.text());
                 }
             });
             OrvExternalAlbum album(id, name, ids, OrvExternalAlbumType(type));
-            album.setParentAlbum(parent);
             if (album.isValid())
                 albums.add(album);
         }
