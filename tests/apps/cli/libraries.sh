@@ -16,6 +16,10 @@ cd "$tmp/empty" || exit 1
 works '^iphoto \(iPhoto, type 128, shown\): 6 photos$' --language en --iphoto-library "$iphoto" tree --source iphoto
 works '^iphoto \(iPhoto, type 128, shown\): 6 photos$' --language en --iphoto-library "$iphoto/AlbumData.xml" tree --source iphoto
 works '^aperture \(Aperture, type 256, shown\): 3 photos$' --language en --aperture-library "$aperture" tree --source aperture
+# Albums inside the folders the library file names, and a folder exports what they hold.
+works '^    At the Lake  \[3 photos\]$' --language en --iphoto-library "$iphoto" tree --source iphoto
+works '^would write 3 of 3 photos' --language en --iphoto-library "$iphoto" export --source iphoto --album Holidays \
+    --size full --format original --dry-run --out "$tmp/dry"
 works '^wrote 3 of 3 photos' --language en --iphoto-library "$iphoto" export --source iphoto --album 'At the Lake' \
     --size 32 --format png --out "$tmp/out"
 # A folder with "~" in its path is not read as the home folder.
