@@ -59,13 +59,23 @@ bool isCutShortJpeg(const QByteArray& bytes)
     return scan < 0 || bytes.indexOf(QByteArray("\xFF\xD9", 2), scan) < 0;
 }
 
-// The image at path, upright, no larger than needed (when valid).
-QImage decode(const QString& path, const QSize& needed)
+// The image at path, upright, as PhotoKit's default (fast) resizing gives it for
+// the size needed: decoded subsampled to the smallest eighth of the file's size
+// that covers it, and not resampled after, so "similar to, or slightly larger
+// than" the size. shown is the file's upright size where known.
+QImage decode(const QString& path, const QSize& needed, const QSize& shown)
 {
-    QImage image = OrvImageIO::uprightThumbnail(path, needed.isValid() ? std::max(needed.width(), needed.height()) : 0);
-    if (!image.isNull() && needed.isValid() && (image.width() > needed.width() || image.height() > needed.height()))
-        image = image.scaled(needed, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    return image;
+    if (!needed.isValid())
+        return OrvImageIO::uprightThumbnail(path, 0);
+    int bound = std::max(needed.width(), needed.height());
+    if (shown.isValid() && !shown.isEmpty()) {
+        const auto eighth = [](int edge, int eighths) { return int((qint64(edge) * eighths + 7) / 8); };
+        int eighths = 1;
+        while (eighths < 8 && (eighth(shown.width(), eighths) < needed.width() || eighth(shown.height(), eighths) < needed.height()))
+            ++eighths;
+        bound = std::max(eighth(shown.width(), eighths), eighth(shown.height(), eighths));
+    }
+    return OrvImageIO::uprightThumbnail(path, bound);
 }
 
 } // namespace
@@ -139,7 +149,7 @@ ImageManager::Image ImageManager::image(const AssetPtr& requested, const QSizeF&
             }
             if (size.width() + 1 < needed.width() || size.height() + 1 < needed.height())
                 continue;
-            const QImage image = decode(path, needed);
+            const QImage image = decode(path, needed, size);
             if (!image.isNull())
                 return {image, done};
             failure(requestId, QStringLiteral("rendition cannot be decoded"), path);
@@ -153,7 +163,7 @@ ImageManager::Image ImageManager::image(const AssetPtr& requested, const QSizeF&
             return {QImage(), failure(requestId, QStringLiteral("the original is only in iCloud"), id, true)};
         return {QImage(), failure(requestId, QStringLiteral("the original is missing"), id)};
     }
-    const QImage image = decode(current, needed);
+    const QImage image = decode(current, needed, sized ? shownSize(current) : QSize());
     if (image.isNull())
         return {QImage(), failure(requestId, QStringLiteral("cannot be decoded"), current)};
     return {image, done};

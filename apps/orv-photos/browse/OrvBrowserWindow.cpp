@@ -487,16 +487,24 @@ bool OrvBrowserWindow::waitForVisibleThumbnails(int timeoutMs)
 {
     QElapsedTimer timer;
     timer.start();
+    // Painting asks for what is visible; what arrives, or is to be asked for
+    // again, marks its item for the next paint, as in any event loop. A
+    // repaint of the whole grid on every turn would take the main thread
+    // from the thumbnails it waits for.
+    myGridView->viewport()->update();
+    QTimer tick;  // wakes the wait now and then, whatever happens
+    tick.start(20);
+    const auto done = [this] {
+        return visibleWaiting() == 0
+            && (myCentre->currentWidget() == myPlaceholder || myGrid->rowCount() > 0
+                || !(myShownSource && mySources->isLoading(myShownSource)));
+    };
     do {
-        // Painting asks for what is visible.
-        myGridView->viewport()->repaint();
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        if (visibleWaiting() == 0 && (myCentre->currentWidget() == myPlaceholder || myGrid->rowCount() > 0
-                                      || !(myShownSource && mySources->isLoading(myShownSource))))
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+        if (done())
             return true;
-        QThread::msleep(5);
     } while (timer.elapsed() < timeoutMs);
-    return false;
+    return done();
 }
 
 void OrvBrowserWindow::updateStatus()

@@ -176,9 +176,12 @@ void OrvThumbnailLoader::run(Job& job)
             OrvSingleton<OrvFotoCacheManager>::instance()->insertDrawable(job.foto, result.drawable());
             image = result.drawable().image();
             pixelSize = image.size();
-            // Scaled here, not in a paint on the main thread.
-            if (image.width() > displayEdge || image.height() > displayEdge)
-                image = image.scaled(displayEdge, displayEdge, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+            // Scaled here, not on the main thread: a sized request to within
+            // its size (a source may give more, as PhotoKit's aspect fill does).
+            const QSize fit = job.size.isValid() && !job.size.isEmpty() ? job.size.boundedTo(QSize(displayEdge, displayEdge))
+                                                                         : QSize(displayEdge, displayEdge);
+            if (image.width() > fit.width() || image.height() > fit.height())
+                image = image.scaled(fit, Qt::KeepAspectRatio, Qt::SmoothTransformation);
         }
     }
     QMetaObject::invokeMethod(

@@ -54,9 +54,10 @@ public:
     static constexpr int displayEdge = 2048;
 
 signals:
-    // image is null when the foto has no bitmap of that size. Full-size
-    // bitmaps are handed over scaled to at most displayEdge (the full one is
-    // in the foto cache); pixelSize is the size of the bitmap fetched.
+    // image is null when the foto has no bitmap of that size. Bitmaps are
+    // handed over scaled to fit the size asked for, full-size ones to at most
+    // displayEdge (what was fetched is in the foto cache); pixelSize is the
+    // size of the bitmap fetched.
     void ready(const OrvExternalId& fotoId, const QSize& size, const QImage& image, const QSize& pixelSize);
     void metaDataReady(const OrvExternalId& fotoId, const OrvFotoMetaData& metaData);
     // A waiting request was dropped or cancelled; asking again is fine.

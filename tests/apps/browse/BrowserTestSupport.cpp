@@ -125,7 +125,8 @@ struct GatedData : OrvFotoRetrieverData
             return {};
         if (mySource->late.contains(myId.remoteId()))
             return OrvFetchDrawableResult(OrvFotoCacheDrawable::placeHolder());
-        QImage image(size.isValid() ? size : QSize(40, 30), QImage::Format_RGB32);
+        QImage image(size.isValid() ? QSize(qRound(size.width() * mySource->widerBy), size.height()) : QSize(40, 30),
+                     QImage::Format_RGB32);
         image.fill(Qt::green);
         return OrvFetchDrawableResult(OrvDrawable(image));
     }

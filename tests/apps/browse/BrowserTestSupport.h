@@ -77,6 +77,8 @@ struct GatedSource : OrvExternalDatabase
     QStringList servedIds;  // remote ids in the order they were drawn
     QSet<QString> late;
     bool offMainThread = true;
+    // Bitmaps this much wider than asked for, as an aspect fill gives them.
+    double widerBy = 1.0;
 };
 
 } // namespace BrowserTest

@@ -53,6 +53,26 @@ TEST(ThumbnailLoader, NewestFirstOffTheMainThreadAndCachedAfterwards)
     EXPECT_EQ(source.served().count(QStringLiteral("b")), 1);
 }
 
+TEST(ThumbnailLoader, ABitmapLargerThanAskedForIsFittedOffTheMainThread)
+{
+    OrvSingleton<OrvFotoCacheManager>::instance()->clear();
+    GatedSource source;
+    source.widerBy = 1.5;  // 96 x 64 for 64 x 64
+    OrvThumbnailLoader loader(1);
+    QSize handed;
+    QSize fetched;
+    QObject::connect(&loader, &OrvThumbnailLoader::ready, [&](const OrvExternalId&, const QSize&, const QImage& image, const QSize& pixels) {
+        handed = image.size();
+        fetched = pixels;
+    });
+    loader.request(&source, foto("wide"), QSize(64, 64));
+    ASSERT_TRUE(OrvTest::waitFor([&] { return handed.isValid(); }));
+    EXPECT_EQ(handed, QSize(64, 42));
+    EXPECT_EQ(fetched, QSize(96, 64));
+    // The cache keeps what the source gave.
+    EXPECT_EQ(loader.request(&source, foto("wide"), QSize(64, 64)).size(), QSize(96, 64));
+}
+
 TEST(ThumbnailLoader, TheQueueIsBoundedAndCancellable)
 {
     GatedSource source;
