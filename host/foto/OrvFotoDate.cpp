@@ -40,12 +40,12 @@ bool OrvFotoDate::isStandIn(const QDateTime& taken)
 
 bool OrvFotoDate::isKnown(const QDateTime& taken) { return taken.isValid() && !isStandIn(taken); }
 
-QDateTime OrvFotoDate::takenOf(const OrvExternalDatabase* database, const OrvExternalFoto& foto)
+QDateTime OrvFotoDate::takenOf(const OrvExternalDatabase* database, const OrvExternalFoto& foto, bool load)
 {
     if (foto.taken().isValid() || !database || !foto.isValid())
         return foto.taken();
     return OrvSingleton<OrvFotoCacheManager>::instance()
-        ->metaData(OrvFoto(OrvFotoKeyExternalService(database, foto.id())), OrvPriorityNormal, true)
+        ->metaData(OrvFoto(OrvFotoKeyExternalService(database, foto.id())), OrvPriorityNormal, load)
         .pictureTaken();
 }
 

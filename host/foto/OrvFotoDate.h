@@ -29,7 +29,8 @@ public:
     static bool isStandIn(const QDateTime& taken);
     // When the foto was taken: its own date, else the date its source's metadata
     // gives (a camera lists its items without dates; its catalogue has them).
-    static QDateTime takenOf(const OrvExternalDatabase* database, const OrvExternalFoto& foto);
+    // Without load, only metadata the foto cache has already.
+    static QDateTime takenOf(const OrvExternalDatabase* database, const OrvExternalFoto& foto, bool load = true);
     // The name to show and to write the foto under: its own, but the first part
     // of its id (before "/") where the name is that of a stand-in date.
     static QString nameOf(const OrvExternalFoto& foto);

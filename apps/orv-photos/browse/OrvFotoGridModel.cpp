@@ -1,6 +1,7 @@
 #include "OrvFotoGridModel.h"
 
 #include "OrvExternalDatabase.h"
+#include "OrvFotoCacheManager.h"
 #include "OrvFotoDate.h"
 #include "OrvFotoExporter.h"
 #include "OrvFotoRegistries.h"
@@ -66,6 +67,16 @@ OrvFotoGridModel::OrvFotoGridModel(OrvThumbnailLoader* loader, QObject* parent)
         if (index.isValid())
             emit dataChanged(index, index, {Qt::DecorationRole});
     });
+    connect(myLoader, &OrvThumbnailLoader::metaDataReady, this, [this](const OrvExternalId& fotoId, const OrvFotoMetaData& metaData) {
+        if (!myMetaDataAsked.contains(fotoId) || !myDatabase)
+            return;
+        if (metaData.pictureTaken().isValid())
+            OrvSingleton<OrvFotoCacheManager>::instance()->insertMetaData(
+                OrvFoto(OrvFotoKeyExternalService(myDatabase.data(), fotoId)), metaData);
+        const QModelIndex index = indexForFoto(fotoId);
+        if (index.isValid())
+            emit dataChanged(index, index, {Qt::DisplayRole});
+    });
     connect(this, &QAbstractItemModel::modelReset, this, &OrvFotoGridModel::forgetRows);
     connect(this, &QAbstractItemModel::rowsInserted, this, &OrvFotoGridModel::forgetRows);
     connect(this, &QAbstractItemModel::rowsRemoved, this, &OrvFotoGridModel::forgetRows);
@@ -80,6 +91,7 @@ void OrvFotoGridModel::setAlbum(OrvExternalDatabase* database, const OrvExternal
     myDatabase = database;
     myAlbum = albumId;
     myFailed.clear();
+    myMetaDataAsked.clear();
     if (!database || !database->groupModel()) {
         setSourceModel(nullptr);
         return;
@@ -153,7 +165,13 @@ QVariant OrvFotoGridModel::data(const QModelIndex& index, int role) const
     }
     case Qt::DisplayRole: {
         const OrvExternalFoto foto = fotoAt(index.row());
-        const QString taken = OrvFotoDate::toDisplayString(OrvFotoDate::takenOf(myDatabase.data(), foto), QLocale::ShortFormat);
+        // A date from the source's metadata is read on a loading thread, never in a paint.
+        const QDateTime takenAt = OrvFotoDate::takenOf(myDatabase.data(), foto, false);
+        if (!takenAt.isValid() && foto.isValid() && !myMetaDataAsked.contains(foto.id())) {
+            myMetaDataAsked.insert(foto.id());
+            myLoader->requestMetaData(myDatabase, foto.id());
+        }
+        const QString taken = OrvFotoDate::toDisplayString(takenAt, QLocale::ShortFormat);
         const QString name = OrvFotoDate::nameOf(foto);
         return taken.isEmpty() ? name : name + QLatin1Char('\n') + taken;
     }

@@ -62,6 +62,8 @@ private:
     OrvExternalId myAlbum;
     mutable QCache<OrvExternalId, QPixmap> myPixmaps;
     mutable QSet<OrvExternalId> myFailed;
+    // Fotos without a date of their own whose metadata was asked for, once each.
+    mutable QSet<OrvExternalId> myMetaDataAsked;
     mutable QHash<OrvExternalId, int> myRows;
     QSize myThumbnailSize = defaultThumbnailSize();
     int mySortColumn = 1;

@@ -282,6 +282,9 @@ TEST(BrowserWindow, FollowsDevicesPluggedAndUnplugged)
     ASSERT_TRUE(OrvTest::waitFor([&] { return window.gridModel()->rowCount() == 4; }, 20000));
     ASSERT_TRUE(window.waitForVisibleThumbnails(20000));
     EXPECT_EQ(window.gridModel()->index(0, 0).data(OrvFotoGridModel::ThumbnailStateRole).toInt(), OrvFotoGridModel::Shown);
+    // The grid dates it once its metadata is read on a loading thread.
+    ASSERT_TRUE(OrvTest::waitFor(
+        [&] { return !window.gridModel()->index(1, 0).data().toString().section(QLatin1Char('\n'), 1).isEmpty(); }, 20000));
     ASSERT_EQ(window.selectFotos({window.gridModel()->fotoAt(1).id()}), 1);
     // The camera's date of the file, in the same form as every other date: no zone it does not know.
     ASSERT_TRUE(OrvTest::waitFor([&] { return window.detailsView()->hasMetaData(); }, 20000));
