@@ -36,6 +36,8 @@ public:
     qint64 primaryKey() const { return myPrimaryKey; }
     QString uuid() const { return myLocalIdentifier.chopped(suffixLength); }
     MediaType mediaType() const { return myMediaType; }
+    // Milliseconds since 1970, UTC.
+    std::optional<qint64> created() const { return myCreated; }
     bool isEdited() const { return myAdjusted != 0; }
     // The same photo as Photos shows it, edits included.
     bool sameAs(const Asset& other) const;

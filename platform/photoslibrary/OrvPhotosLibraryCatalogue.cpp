@@ -80,16 +80,14 @@ std::optional<Catalogue> Catalogue::read(Reader& reader, const QString& storeUui
     Catalogue catalogue;
     catalogue.myFavoritesId = favoritesIdentifier(storeUuid);
     State& state = *catalogue.myState;
-    QSet<qint64> shown;
     for (auto& asset : reader.assets()) {
-        shown.insert(asset->primaryKey());
         if (state.assetIndex.contains(asset->localIdentifier()))
             continue;  // a second row with an identifier seen before
         state.assetIndex.insert(asset->localIdentifier(), qsizetype(state.assets.size()));
         state.assets.push_back(std::move(asset));
     }
     catalogue.setAlbums(reader.albums());
-    catalogue.myMembers = reader.members(catalogue.myAlbums, nullptr, &shown);
+    catalogue.myMembers = reader.members(catalogue.myAlbums, nullptr, &state.assets);
     if (reader.failed()) {
         *error = QStringLiteral("database/Photos.sqlite cannot be read: ") + reader.error();
         return std::nullopt;

@@ -204,7 +204,7 @@ std::vector<AlbumRow> Reader::albums()
 }
 
 QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albums, const QList<qint64>* keys,
-                                             const QSet<qint64>* shown)
+                                             const std::vector<std::shared_ptr<const OrvPhotoKitModel::ModelAsset>>* shown)
 {
     QHash<qint64, QList<qint64>> result;
     const Schema::AlbumAssets& join = mySchema.albumAssets();
@@ -218,18 +218,25 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
                                .arg(join.album, join.asset, order,
                                     mySchema.column(QStringLiteral("a"), mySchema.assetTable(), QStringLiteral("ZDATECREATED")),
                                     title, join.table, mySchema.assetTable(), attributes, visible(QStringLiteral("a")));
-    // Albums sorted by date or title need values of their assets' rows; an album
-    // as arranged needs only the join table when the shown assets are known
-    // (looking up every entry's asset row would cost most of reading a library).
-    const auto sortedByValue = [](const AlbumRow& album) { return album.sortKey == 1 || album.sortKey == 5; };
-    QList<qint64> valued;
+    // With the shown assets at hand only albums sorted by title need their
+    // assets' rows: looking up every entry's asset row would cost most of
+    // reading a library, and the dates are in the assets already read.
+    const auto byTitle = [](const AlbumRow& album) { return album.sortKey == 5; };
+    QList<qint64> titled;
     if (shown) {
         for (auto it = albums.cbegin(); it != albums.cend(); ++it) {
-            if (sortedByValue(it.value()) && (!keys || keys->contains(it.key())))
-                valued.append(it.key());
+            if (byTitle(it.value()) && (!keys || keys->contains(it.key())))
+                titled.append(it.key());
         }
-        std::sort(valued.begin(), valued.end());
+        std::sort(titled.begin(), titled.end());
     }
+    const auto shownAsset = [shown](qint64 key) -> const Asset* {
+        const auto it = std::lower_bound(shown->cbegin(), shown->cend(), key, [](const auto& asset, qint64 wanted) {
+            return static_cast<const Asset&>(*asset).primaryKey() < wanted;
+        });
+        return it != shown->cend() && static_cast<const Asset&>(**it).primaryKey() == key ? static_cast<const Asset*>(it->get())
+                                                                                            : nullptr;
+    };
     struct Query
     {
         QString sql;
@@ -251,7 +258,7 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
             for (const QList<qint64>& slice : slices(*keys))
                 queries.push_back({plain + QStringLiteral(" WHERE j.%1 IN (%2)").arg(join.album, keyList(slice)), false});
         }
-        for (const QList<qint64>& slice : slices(valued))
+        for (const QList<qint64>& slice : slices(titled))
             queries.push_back({select + QStringLiteral(" AND j.%1 IN (%2)").arg(join.album, keyList(slice)), true});
     }
 
@@ -259,7 +266,7 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
     {
         qint64 asset;
         qint64 position;
-        std::optional<double> created;
+        std::optional<qint64> created;  // milliseconds since 1970
         QString title;
     };
     QHash<qint64, std::vector<Entry>> entries;
@@ -271,11 +278,11 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
             if (known == albums.cend())
                 continue;
             if (query.joined) {
-                entries[album].push_back({rows.integer(1), rows.integer(2), rows.real(3), rows.text(4)});
-            } else if (!sortedByValue(known.value())) {
-                const qint64 asset = rows.integer(1);
-                if (shown->contains(asset))
-                    entries[album].push_back({asset, rows.integer(2), std::nullopt, QString()});
+                entries[album].push_back({rows.integer(1), rows.integer(2), milliseconds(rows.real(3)), rows.text(4)});
+            } else if (!byTitle(known.value())) {
+                const qint64 key = rows.integer(1);
+                if (const Asset* asset = shownAsset(key))
+                    entries[album].push_back({key, rows.integer(2), asset->created(), QString()});
             }
         }
         if (rows.failed())
