@@ -80,7 +80,10 @@ std::optional<Catalogue> Catalogue::read(Reader& reader, const QString& storeUui
     Catalogue catalogue;
     catalogue.myFavoritesId = favoritesIdentifier(storeUuid);
     State& state = *catalogue.myState;
-    for (auto& asset : reader.assets()) {
+    std::vector<std::shared_ptr<const Asset>> assets = reader.assets();
+    state.assets.reserve(assets.size());
+    state.assetIndex.reserve(qsizetype(assets.size()));
+    for (auto& asset : assets) {
         if (state.assetIndex.contains(asset->localIdentifier()))
             continue;  // a second row with an identifier seen before
         state.assetIndex.insert(asset->localIdentifier(), qsizetype(state.assets.size()));

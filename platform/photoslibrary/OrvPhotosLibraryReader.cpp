@@ -117,7 +117,7 @@ std::vector<std::shared_ptr<const Asset>> Reader::assets(const QList<qint64>* ke
         while (rows.next()) {
             Asset::Row row;
             row.primaryKey = rows.integer(0);
-            row.uuid = rows.text(1);
+            row.uuid = rows.text(1, Asset::suffixLength);
             if (!usableUuid(row.uuid)) {
                 note(QStringLiteral("assets without a usable identifier left out"));
                 continue;
@@ -159,7 +159,7 @@ std::vector<std::shared_ptr<const Asset>> Reader::assets(const QList<qint64>* ke
                 const std::optional<double> adjusted = rows.real(11);
                 row.adjusted = adjusted && *adjusted != 0 ? *adjusted : 1.0;
             }
-            result.push_back(std::make_shared<const Asset>(row));
+            result.push_back(std::make_shared<const Asset>(std::move(row)));
         }
         if (rows.failed())
             myError = rows.error();
@@ -262,14 +262,16 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
             queries.push_back({select + QStringLiteral(" AND j.%1 IN (%2)").arg(join.album, keyList(slice)), true});
     }
 
+    // One list for all albums, put in album and then position order at once.
     struct Entry
     {
-        qint64 asset;
+        qint64 album;
         qint64 position;
+        qint64 asset;
         std::optional<qint64> created;  // milliseconds since 1970
         QString title;
     };
-    QHash<qint64, std::vector<Entry>> entries;
+    std::vector<Entry> entries;
     for (const Query& query : queries) {
         Statement rows(myDb, query.sql);
         while (rows.next()) {
@@ -278,25 +280,27 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
             if (known == albums.cend())
                 continue;
             if (query.joined) {
-                entries[album].push_back({rows.integer(1), rows.integer(2), milliseconds(rows.real(3)), rows.text(4)});
+                entries.push_back({album, rows.integer(2), rows.integer(1), milliseconds(rows.real(3)), rows.text(4)});
             } else if (!byTitle(known.value())) {
                 const qint64 key = rows.integer(1);
                 if (const Asset* asset = shownAsset(key))
-                    entries[album].push_back({key, rows.integer(2), asset->created(), QString()});
+                    entries.push_back({album, rows.integer(2), key, asset->created(), QString()});
             }
         }
         if (rows.failed())
             myError = rows.error();
     }
-    for (auto it = entries.begin(); it != entries.end(); ++it) {
-        const AlbumRow& album = albums[it.key()];
-        std::vector<Entry>& list = it.value();
-        const auto byPosition = [](const Entry& a, const Entry& b) {
-            return a.position != b.position ? a.position < b.position : a.asset < b.asset;
-        };
-        std::sort(list.begin(), list.end(), byPosition);
+    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
+        if (a.album != b.album)
+            return a.album < b.album;
+        return a.position != b.position ? a.position < b.position : a.asset < b.asset;
+    });
+    std::vector<qint64> sortedKeys;
+    for (auto first = entries.begin(); first != entries.end();) {
+        const auto last = std::find_if(first, entries.end(), [&](const Entry& entry) { return entry.album != first->album; });
+        const AlbumRow& album = albums[first->album];
         if (album.sortKey == 1 || album.sortKey == 5) {
-            std::stable_sort(list.begin(), list.end(), [&](const Entry& a, const Entry& b) {
+            std::stable_sort(first, last, [&](const Entry& a, const Entry& b) {
                 int c = 0;
                 if (album.sortKey == 1)
                     c = a.created == b.created ? 0 : (!a.created || (b.created && *a.created < *b.created)) ? -1 : 1;
@@ -305,18 +309,26 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
                 return album.ascending ? c < 0 : c > 0;
             });
         }
-        // An album that lists an asset twice shows it once, where it first appears.
         QList<qint64> ordered;
-        QSet<qint64> seen;
-        for (const Entry& entry : list) {
-            if (!seen.contains(entry.asset)) {
-                seen.insert(entry.asset);
-                ordered.append(entry.asset);
-            } else {
-                note(QStringLiteral("albums listing an asset twice show it once"));
-            }
+        ordered.reserve(last - first);
+        for (auto it = first; it != last; ++it)
+            ordered.append(it->asset);
+        // An album that lists an asset twice shows it once, where it first appears.
+        sortedKeys.assign(ordered.cbegin(), ordered.cend());
+        std::sort(sortedKeys.begin(), sortedKeys.end());
+        if (std::adjacent_find(sortedKeys.cbegin(), sortedKeys.cend()) != sortedKeys.cend()) {
+            QSet<qint64> seen;
+            const qsizetype listed = ordered.size();
+            ordered.removeIf([&](qint64 key) {
+                if (seen.contains(key))
+                    return true;
+                seen.insert(key);
+                return false;
+            });
+            note(QStringLiteral("albums listing an asset twice show it once"), int(listed - ordered.size()));
         }
-        result.insert(it.key(), ordered);
+        result.insert(first->album, ordered);
+        first = last;
     }
     return result;
 }
