@@ -23,6 +23,8 @@ constexpr qint64 largestSide = 1 << 20;
 // ZSAVEDASSETTYPE of an item of a shared album.
 constexpr qint64 sharedAlbumItem = 4;
 constexpr qsizetype sliceSize = 500;
+// A count read from a library sizes a list no larger than this ahead (more grows as read).
+constexpr qint64 maximumReserved = qint64(1) << 22;
 
 QString keyList(const QList<qint64>& keys)
 {
@@ -230,12 +232,24 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
         }
         std::sort(titled.begin(), titled.end());
     }
-    const auto shownAsset = [shown](qint64 key) -> const Asset* {
-        const auto it = std::lower_bound(shown->cbegin(), shown->cend(), key, [](const auto& asset, qint64 wanted) {
-            return static_cast<const Asset&>(*asset).primaryKey() < wanted;
-        });
-        return it != shown->cend() && static_cast<const Asset&>(**it).primaryKey() == key ? static_cast<const Asset*>(it->get())
-                                                                                            : nullptr;
+    // The shown assets' keys and dates side by side: a lookup per album entry
+    // stays in one block of memory instead of visiting asset after asset.
+    struct Dated
+    {
+        qint64 key;
+        std::optional<qint64> created;
+    };
+    std::vector<Dated> dated;
+    if (shown) {
+        dated.reserve(shown->size());
+        for (const auto& asset : *shown) {
+            const Asset& libraryAsset = static_cast<const Asset&>(*asset);
+            dated.push_back({libraryAsset.primaryKey(), libraryAsset.created()});
+        }
+    }
+    const auto shownAsset = [&dated](qint64 key) -> const Dated* {
+        const auto it = std::lower_bound(dated.cbegin(), dated.cend(), key, [](const Dated& asset, qint64 wanted) { return asset.key < wanted; });
+        return it != dated.cend() && it->key == key ? &*it : nullptr;
     };
     struct Query
     {
@@ -262,16 +276,24 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
             queries.push_back({select + QStringLiteral(" AND j.%1 IN (%2)").arg(join.album, keyList(slice)), true});
     }
 
-    // One list for all albums, put in album and then position order at once.
+    // One list for all albums, put in album and then position order at once;
+    // titles (only albums sorted by title need them) apart, so entries stay small.
     struct Entry
     {
         qint64 album;
         qint64 position;
         qint64 asset;
         std::optional<qint64> created;  // milliseconds since 1970
-        QString title;
+        qsizetype title;                // in titles; -1: none
     };
     std::vector<Entry> entries;
+    if (!keys) {
+        // Sized once: growing a list of a hundred thousand entries step by step costs more than counting them.
+        Statement count(myDb, QStringLiteral("SELECT count(*) FROM %1").arg(join.table));
+        if (count.next())
+            entries.reserve(size_t(std::clamp<qint64>(count.integer(0), 0, maximumReserved)));
+    }
+    QStringList titles;
     for (const Query& query : queries) {
         Statement rows(myDb, query.sql);
         while (rows.next()) {
@@ -280,11 +302,12 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
             if (known == albums.cend())
                 continue;
             if (query.joined) {
-                entries.push_back({album, rows.integer(2), rows.integer(1), milliseconds(rows.real(3)), rows.text(4)});
+                titles.append(rows.text(4));
+                entries.push_back({album, rows.integer(2), rows.integer(1), milliseconds(rows.real(3)), titles.size() - 1});
             } else if (!byTitle(known.value())) {
                 const qint64 key = rows.integer(1);
-                if (const Asset* asset = shownAsset(key))
-                    entries.push_back({album, rows.integer(2), key, asset->created(), QString()});
+                if (const Dated* asset = shownAsset(key))
+                    entries.push_back({album, rows.integer(2), key, asset->created, -1});
             }
         }
         if (rows.failed())
@@ -305,7 +328,7 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
                 if (album.sortKey == 1)
                     c = a.created == b.created ? 0 : (!a.created || (b.created && *a.created < *b.created)) ? -1 : 1;
                 else
-                    c = a.title.compare(b.title, Qt::CaseInsensitive);
+                    c = (a.title < 0 ? QString() : titles.at(a.title)).compare(b.title < 0 ? QString() : titles.at(b.title), Qt::CaseInsensitive);
                 return album.ascending ? c < 0 : c > 0;
             });
         }
