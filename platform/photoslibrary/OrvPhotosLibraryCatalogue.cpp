@@ -204,6 +204,10 @@ void Catalogue::buildCollections(Reader& reader, const State* previous, const QS
     state.collections.clear();
     state.parentOf.clear();
     state.albumAssets.clear();
+    myAssetKeys.clear();
+    myAssetKeys.reserve(state.assets.size());
+    for (const auto& asset : state.assets)
+        myAssetKeys.push_back(libraryAsset(asset).primaryKey());
 
     const auto keep = [&](ObjectPtr made) {
         // The object of the last version when nothing about it changed.
@@ -293,6 +297,7 @@ void Catalogue::buildCollections(Reader& reader, const State* previous, const QS
     if (loops > 0)
         reader.note(QStringLiteral("albums and folders in a loop of folders left out"), loops);
     state.reindexCollections();
+    myAssetKeys = {};
 }
 
 void Catalogue::setMembers(qint64 album, const QString& id, const State* previous, const QSet<qint64>* fresh)
@@ -308,8 +313,10 @@ void Catalogue::setMembers(qint64 album, const QString& id, const State* previou
     const QList<qint64> members = myMembers.value(album);
     ids.reserve(members.size());
     for (qint64 key : members) {
-        if (const Asset* asset = assetOfKey(key))
-            ids.append(asset->localIdentifier());
+        // Looked up among the keys side by side, not asset by asset.
+        const auto it = std::lower_bound(myAssetKeys.cbegin(), myAssetKeys.cend(), key);
+        if (it != myAssetKeys.cend() && *it == key)
+            ids.append(myState->assets[size_t(it - myAssetKeys.cbegin())]->localIdentifier());
     }
     myState->albumAssets.insert(id, ids);
 }
