@@ -4,8 +4,8 @@
 
 namespace OrvPhotosLibrary {
 
-Asset::Asset(const Row& row)
-    : myLocalIdentifier(localIdentifierOf(row.uuid)),
+Asset::Asset(Row row)
+    : myLocalIdentifier(std::move(row.uuid.append(QLatin1String(suffix)))),
       myPrimaryKey(row.primaryKey),
       myCreated(row.created),
       myTimeZoneOffset(row.timeZoneOffset),

@@ -31,11 +31,14 @@ public:
         double adjusted = 0;  // when the current edit was made; 0: never edited
     };
 
-    explicit Asset(const Row& row);
+    // Takes the row's identifier over (with room for the suffix, no copy is made).
+    explicit Asset(Row row);
 
     qint64 primaryKey() const { return myPrimaryKey; }
     QString uuid() const { return myLocalIdentifier.chopped(suffixLength); }
     MediaType mediaType() const { return myMediaType; }
+    // Milliseconds since 1970, UTC.
+    std::optional<qint64> created() const { return myCreated; }
     bool isEdited() const { return myAdjusted != 0; }
     // The same photo as Photos shows it, edits included.
     bool sameAs(const Asset& other) const;
@@ -50,10 +53,11 @@ public:
     bool isFavorite() const override { return myFavorite; }
     quint32 sourceType() const override { return mySourceType; }
 
-    static QString localIdentifierOf(const QString& uuid) { return uuid + QStringLiteral("/L0/001"); }
+    static QString localIdentifierOf(const QString& uuid) { return uuid + QLatin1String(suffix); }
+    static constexpr int suffixLength = 7;
 
 private:
-    static constexpr int suffixLength = 7;
+    static constexpr const char* suffix = "/L0/001";
 
     QString myLocalIdentifier;
     qint64 myPrimaryKey;

@@ -80,16 +80,17 @@ std::optional<Catalogue> Catalogue::read(Reader& reader, const QString& storeUui
     Catalogue catalogue;
     catalogue.myFavoritesId = favoritesIdentifier(storeUuid);
     State& state = *catalogue.myState;
-    QSet<qint64> shown;
-    for (auto& asset : reader.assets()) {
-        shown.insert(asset->primaryKey());
+    std::vector<std::shared_ptr<const Asset>> assets = reader.assets();
+    state.assets.reserve(assets.size());
+    state.assetIndex.reserve(qsizetype(assets.size()));
+    for (auto& asset : assets) {
         if (state.assetIndex.contains(asset->localIdentifier()))
             continue;  // a second row with an identifier seen before
         state.assetIndex.insert(asset->localIdentifier(), qsizetype(state.assets.size()));
         state.assets.push_back(std::move(asset));
     }
     catalogue.setAlbums(reader.albums());
-    catalogue.myMembers = reader.members(catalogue.myAlbums, nullptr, &shown);
+    catalogue.myMembers = reader.members(catalogue.myAlbums, nullptr, &state.assets);
     if (reader.failed()) {
         *error = QStringLiteral("database/Photos.sqlite cannot be read: ") + reader.error();
         return std::nullopt;
@@ -203,6 +204,10 @@ void Catalogue::buildCollections(Reader& reader, const State* previous, const QS
     state.collections.clear();
     state.parentOf.clear();
     state.albumAssets.clear();
+    myAssetKeys.clear();
+    myAssetKeys.reserve(state.assets.size());
+    for (const auto& asset : state.assets)
+        myAssetKeys.push_back(libraryAsset(asset).primaryKey());
 
     const auto keep = [&](ObjectPtr made) {
         // The object of the last version when nothing about it changed.
@@ -292,6 +297,7 @@ void Catalogue::buildCollections(Reader& reader, const State* previous, const QS
     if (loops > 0)
         reader.note(QStringLiteral("albums and folders in a loop of folders left out"), loops);
     state.reindexCollections();
+    myAssetKeys = {};
 }
 
 void Catalogue::setMembers(qint64 album, const QString& id, const State* previous, const QSet<qint64>* fresh)
@@ -307,8 +313,10 @@ void Catalogue::setMembers(qint64 album, const QString& id, const State* previou
     const QList<qint64> members = myMembers.value(album);
     ids.reserve(members.size());
     for (qint64 key : members) {
-        if (const Asset* asset = assetOfKey(key))
-            ids.append(asset->localIdentifier());
+        // Looked up among the keys side by side, not asset by asset.
+        const auto it = std::lower_bound(myAssetKeys.cbegin(), myAssetKeys.cend(), key);
+        if (it != myAssetKeys.cend() && *it == key)
+            ids.append(myState->assets[size_t(it - myAssetKeys.cbegin())]->localIdentifier());
     }
     myState->albumAssets.insert(id, ids);
 }

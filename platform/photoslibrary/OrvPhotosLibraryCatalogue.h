@@ -69,6 +69,7 @@ private:
     QList<qint64> myAlbumOrder;                 // row keys in sibling order
     QHash<qint64, QList<qint64>> myMembers;     // album row key -> asset row keys, in album order
     QString myFavoritesId;
+    std::vector<qint64> myAssetKeys;  // of the assets, in their order, while collections are built
     QSet<QString> myTouched;
 };
 

@@ -11,10 +11,18 @@
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
+#include <QThread>
 
 using namespace OrvPhotoKit;
 
 namespace OrvPhotosLibrary {
+
+namespace {
+
+// Reads of a library that changes under them, before the last one reads a copy.
+constexpr int readAttempts = 4;
+
+} // namespace
 
 Package::Package(const QString& path)
     : ModelLibrary(AuthorizationStatus::Authorized, AuthorizationStatus::Authorized), myPath(path)
@@ -33,20 +41,37 @@ std::shared_ptr<Package> Package::open(const QString& path, QString* error)
     if (!error)
         error = &ignored;
     const QString absolute = QFileInfo(path).absoluteFilePath();
-    const std::shared_ptr<const Snapshot> snapshot = Snapshot::take(absolute, nullptr, error);
-    if (!snapshot)
-        return nullptr;
-    std::optional<Schema> schema = Schema::discover(snapshot->db(), error);
-    if (!schema)
-        return nullptr;
+    std::shared_ptr<const Snapshot> snapshot;
+    std::optional<Schema> schema;
+    std::optional<Catalogue> catalogue;
+    std::optional<qint64> token;
     Reader::Problems problems;
-    Reader reader(snapshot->db(), *schema, &problems);
-    std::optional<Catalogue> catalogue = Catalogue::read(reader, schema->storeUuid(), error);
+    // In place first; a library that keeps changing under it is read from a copy at last.
+    for (int attempt = 0; attempt < readAttempts; ++attempt) {
+        if (attempt > 0)
+            QThread::msleep(20UL << attempt);
+        const bool last = attempt + 1 == readAttempts;
+        error->clear();
+        problems.clear();
+        catalogue.reset();
+        snapshot = Snapshot::take(absolute, nullptr, error, last ? Snapshot::Source::Copy : Snapshot::Source::InPlace);
+        if (!snapshot)
+            return nullptr;
+        schema = Schema::discover(snapshot->db(), error);
+        if (schema) {
+            Reader reader(snapshot->db(), *schema, &problems);
+            catalogue = Catalogue::read(reader, schema->storeUuid(), error);
+            token = History::token(snapshot->db(), *schema);
+        }
+        if (snapshot->isIntact())
+            break;
+        catalogue.reset();
+    }
     if (!catalogue)
         return nullptr;
 
     std::shared_ptr<Package> package(new Package(absolute));
-    package->myToken = History::token(snapshot->db(), *schema);
+    package->myToken = token;
     package->myCatalogue = std::move(*catalogue);
     package->myView = {snapshot, std::make_shared<const Schema>(std::move(*schema))};
     package->publish(package->myCatalogue.state(), true);
@@ -76,7 +101,21 @@ std::shared_ptr<const Asset> Package::currentAsset(const QString& localIdentifie
 std::optional<Files> Package::filesOf(const Asset& asset) const
 {
     const View current = view();
-    return Files::of(current.snapshot->db(), *current.schema, myPath, asset);
+    std::optional<Files> files = Files::of(current.snapshot->db(), *current.schema, myPath, asset);
+    if (current.snapshot->isIntact())
+        return files;
+    // The library changed under the snapshot (the watcher brings a new one soon): asked of one taken now.
+    for (int attempt = 0; attempt + 1 < readAttempts; ++attempt) {
+        QString error;
+        const std::shared_ptr<const Snapshot> now = Snapshot::take(myPath, nullptr, &error);
+        const std::optional<Schema> schema = now ? Schema::discover(now->db(), &error) : std::nullopt;
+        if (!schema)
+            return std::nullopt;
+        files = Files::of(now->db(), *schema, myPath, asset);
+        if (now->isIntact())
+            return files;
+    }
+    return std::nullopt;
 }
 
 QList<AssetResourcePtr> Package::assetResourcesForAsset(const AssetPtr& requested)
@@ -139,40 +178,57 @@ void Package::refresh()
     const View current = view();
     if (current.snapshot->isCurrent())
         return;
-    QString error;
-    const std::shared_ptr<const Snapshot> snapshot = Snapshot::take(myPath, current.snapshot.get(), &error);
-    std::optional<Schema> schema = snapshot ? Schema::discover(snapshot->db(), &error) : std::nullopt;
-    if (!schema) {
-        // What was read last stays: a library being replaced or damaged does not empty the source.
-        tell(error);
-        return;
+    // In place first; a library that keeps changing under it is read from a copy at last.
+    for (int attempt = 0; attempt < readAttempts; ++attempt) {
+        if (attempt > 0)
+            QThread::msleep(20UL << attempt);
+        if (refreshFrom(current, attempt + 1 == readAttempts ? Snapshot::Source::Copy : Snapshot::Source::InPlace))
+            return;
     }
+}
+
+bool Package::refreshFrom(const View& current, Snapshot::Source source)
+{
+    QString error;
+    const std::shared_ptr<const Snapshot> snapshot = Snapshot::take(myPath, current.snapshot.get(), &error, source);
+    // What was read last stays when the library cannot be read: a library being
+    // replaced or damaged does not empty the source.
+    const auto failed = [&] {
+        if (snapshot && !snapshot->isIntact())
+            return false;  // changed while it was read: not the library's fault
+        tell(error);
+        return true;
+    };
+    std::optional<Schema> schema = snapshot ? Schema::discover(snapshot->db(), &error) : std::nullopt;
+    if (!schema)
+        return failed();
     Reader::Problems problems;
     Reader reader(snapshot->db(), *schema, &problems);
     std::optional<Catalogue> next;
     std::optional<qint64> token;
+    bool fullRead = false;
     // The history tells what changed while it is the same store's and reaches back far enough.
     if (myToken && schema->storeUuid() == current.schema->storeUuid() && schema->assetTable() == current.schema->assetTable()) {
         const History::Changes changes = History::since(snapshot->db(), *schema, *myToken, reader);
         if (changes.complete) {
             token = changes.token;
             next = changes.touched.isEmpty() ? myCatalogue : myCatalogue.updated(reader, changes.touched, &error);
-            if (!next) {
-                tell(error);
-                return;
-            }
+            if (!next)
+                return failed();
         }
     }
     if (!next) {
         next = Catalogue::read(reader, schema->storeUuid(), &error);
-        if (!next) {
-            tell(error);
-            return;
-        }
+        if (!next)
+            return failed();
         next->keepUnchanged(reader, myCatalogue);
         token = History::token(snapshot->db(), *schema);
-        ++myFullReads;
+        fullRead = true;
     }
+    if (!snapshot->isIntact())
+        return false;
+    if (fullRead)
+        ++myFullReads;
     tell(problems);
     {
         std::lock_guard<std::mutex> lock(myViewMutex);
@@ -183,6 +239,7 @@ void Package::refresh()
     myCatalogue = std::move(*next);
     if (changed)
         publish(myCatalogue.state(), true, &myCatalogue.touchedAssets());
+    return true;
 }
 
 void Package::tell(const Reader::Problems& problems)

@@ -12,6 +12,7 @@
 #include "OrvPhotosLibraryCatalogue.h"
 #include "OrvPhotosLibraryFiles.h"
 #include "OrvPhotosLibraryReader.h"
+#include "OrvPhotosLibrarySnapshot.h"
 
 #include <QSet>
 
@@ -23,7 +24,6 @@
 namespace OrvPhotosLibrary {
 
 class Schema;
-class Snapshot;
 class Watcher;
 
 class Package : public OrvPhotoKitModel::ModelLibrary, public std::enable_shared_from_this<Package>
@@ -60,6 +60,8 @@ private:
     View view() const;
     void scheduleRefresh();
     void refresh();
+    // One look from a snapshot taken from source; false when the library changed while it was read.
+    bool refreshFrom(const View& current, Snapshot::Source source);
     void tell(const Reader::Problems& problems);
     void tell(const QString& cause);
 

@@ -2,8 +2,15 @@
 
 #include <sqlite3.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
 #include <new>
 #include <vector>
@@ -90,8 +97,94 @@ int fileFetch(sqlite3_file* f, sqlite3_int64 offset, int amount, void** out)
 }
 int fileUnfetch(sqlite3_file* f, sqlite3_int64 offset, void* p) { return real(f)->pMethods->xUnfetch(real(f), offset, p); }
 
+// The log and the journal, read here: the system's VFS gives them to the
+// database's owner when running as root (a change of their status on every
+// open) and would make them when missing. Opened read-only, a regular file only.
+struct LogFile
+{
+    sqlite3_file base;
+    int fd = -1;
+};
+
+sqlite3_io_methods logMethods;
+
+int logFd(sqlite3_file* f) { return reinterpret_cast<LogFile*>(f)->fd; }
+
+int logClose(sqlite3_file* f)
+{
+    LogFile* self = reinterpret_cast<LogFile*>(f);
+    if (self->fd >= 0)
+        ::close(self->fd);
+    self->fd = -1;
+    return SQLITE_OK;
+}
+int logRead(sqlite3_file* f, void* data, int amount, sqlite3_int64 offset)
+{
+    char* into = static_cast<char*>(data);
+    int done = 0;
+    while (done < amount) {
+        const ssize_t got = ::pread(logFd(f), into + done, size_t(amount - done), off_t(offset + done));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return SQLITE_IOERR_READ;
+        if (got == 0)
+            break;
+        done += int(got);
+    }
+    if (done < amount) {
+        std::memset(into + done, 0, size_t(amount - done));
+        return SQLITE_IOERR_SHORT_READ;
+    }
+    return SQLITE_OK;
+}
+int logWrite(sqlite3_file*, const void*, int, sqlite3_int64) { return SQLITE_READONLY; }
+int logTruncate(sqlite3_file*, sqlite3_int64) { return SQLITE_READONLY; }
+int logSync(sqlite3_file*, int) { return SQLITE_OK; }
+int logSize(sqlite3_file* f, sqlite3_int64* size)
+{
+    struct stat status;
+    if (::fstat(logFd(f), &status) != 0)
+        return SQLITE_IOERR_FSTAT;
+    *size = sqlite3_int64(status.st_size);
+    return SQLITE_OK;
+}
+int logLock(sqlite3_file*, int) { return SQLITE_OK; }
+int logCheckReservedLock(sqlite3_file*, int* out)
+{
+    *out = 0;
+    return SQLITE_OK;
+}
+int logControl(sqlite3_file*, int, void*) { return SQLITE_NOTFOUND; }
+int logSectorSize(sqlite3_file*) { return 4096; }
+int logDeviceCharacteristics(sqlite3_file*) { return 0; }
+
+int openLog(sqlite3_filename name, sqlite3_file* file, int* outFlags)
+{
+    LogFile* self = new (file) LogFile();
+    file->pMethods = nullptr;
+    // Never blocks on a pipe: anything but a regular file is refused after opening.
+    const int fd = name ? ::open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY) : -1;
+    struct stat status;
+    if (fd < 0 || ::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+        if (fd >= 0)
+            ::close(fd);
+        return SQLITE_CANTOPEN;
+    }
+    self->fd = fd;
+    file->pMethods = &logMethods;
+    if (outFlags)
+        *outFlags = SQLITE_OPEN_READONLY;
+    return SQLITE_OK;
+}
+
 int vfsOpen(sqlite3_vfs*, sqlite3_filename name, sqlite3_file* file, int flags, int* outFlags)
 {
+    if (flags & (SQLITE_OPEN_WAL | SQLITE_OPEN_MAIN_JOURNAL))
+        return openLog(name, file, outFlags);
+    // The database may be the library's own: read-only, never made.
+    if (flags & SQLITE_OPEN_MAIN_DB)
+        flags = (flags & ~(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) | SQLITE_OPEN_READONLY;
     File* self = new (file) File();
     self->real = reinterpret_cast<sqlite3_file*>(reinterpret_cast<char*>(file) + realOffset);
     self->real->pMethods = nullptr;
@@ -106,6 +199,9 @@ int vfsOpen(sqlite3_vfs*, sqlite3_filename name, sqlite3_file* file, int flags, 
     file->pMethods = &privateMethods;
     return SQLITE_OK;
 }
+
+// SQLite deletes the log of an empty database file; the files may be the library's.
+int vfsDelete(sqlite3_vfs*, const char*, int) { return SQLITE_OK; }
 
 void registerVfs()
 {
@@ -133,12 +229,32 @@ void registerVfs()
                                         indexUnmap,
                                         fileFetch,
                                         fileUnfetch};
-    // Everything but opening files is the system's own.
+    logMethods = sqlite3_io_methods{1,
+                                    logClose,
+                                    logRead,
+                                    logWrite,
+                                    logTruncate,
+                                    logSync,
+                                    logSize,
+                                    logLock,
+                                    logLock,
+                                    logCheckReservedLock,
+                                    logControl,
+                                    logSectorSize,
+                                    logDeviceCharacteristics,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr,
+                                    nullptr};
+    // Everything but opening and deleting files is the system's own.
     privateVfs = *systemVfs;
     privateVfs.pNext = nullptr;
     privateVfs.zName = "orv-photoslibrary";
-    privateVfs.szOsFile = int(realOffset) + systemVfs->szOsFile;
+    privateVfs.szOsFile = std::max(int(realOffset) + systemVfs->szOsFile, int(sizeof(LogFile)));
     privateVfs.xOpen = vfsOpen;
+    privateVfs.xDelete = vfsDelete;
     if (sqlite3_vfs_register(&privateVfs, 0) != SQLITE_OK)
         systemVfs = nullptr;
 }

@@ -8,7 +8,9 @@
 // and a library on a read-only disk has no "-shm" to share. With a private
 // index every connection builds its own from the log it was given, nothing is
 // ever written beside the database, and the files themselves are read through
-// the system's own VFS unchanged. Only for connections that never write.
+// the system's own VFS unchanged. The database, its log and journal are opened
+// read-only (never created) and nothing is deleted, so that it can read a
+// library where it lies. Only for connections that never write.
 
 namespace OrvPhotosLibrary {
 

@@ -23,6 +23,8 @@ constexpr qint64 largestSide = 1 << 20;
 // ZSAVEDASSETTYPE of an item of a shared album.
 constexpr qint64 sharedAlbumItem = 4;
 constexpr qsizetype sliceSize = 500;
+// A count read from a library sizes a list no larger than this ahead (more grows as read).
+constexpr qint64 maximumReserved = qint64(1) << 22;
 
 QString keyList(const QList<qint64>& keys)
 {
@@ -117,7 +119,7 @@ std::vector<std::shared_ptr<const Asset>> Reader::assets(const QList<qint64>* ke
         while (rows.next()) {
             Asset::Row row;
             row.primaryKey = rows.integer(0);
-            row.uuid = rows.text(1);
+            row.uuid = rows.text(1, Asset::suffixLength);
             if (!usableUuid(row.uuid)) {
                 note(QStringLiteral("assets without a usable identifier left out"));
                 continue;
@@ -159,7 +161,7 @@ std::vector<std::shared_ptr<const Asset>> Reader::assets(const QList<qint64>* ke
                 const std::optional<double> adjusted = rows.real(11);
                 row.adjusted = adjusted && *adjusted != 0 ? *adjusted : 1.0;
             }
-            result.push_back(std::make_shared<const Asset>(row));
+            result.push_back(std::make_shared<const Asset>(std::move(row)));
         }
         if (rows.failed())
             myError = rows.error();
@@ -204,7 +206,7 @@ std::vector<AlbumRow> Reader::albums()
 }
 
 QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albums, const QList<qint64>* keys,
-                                             const QSet<qint64>* shown)
+                                             const std::vector<std::shared_ptr<const OrvPhotoKitModel::ModelAsset>>* shown)
 {
     QHash<qint64, QList<qint64>> result;
     const Schema::AlbumAssets& join = mySchema.albumAssets();
@@ -218,18 +220,37 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
                                .arg(join.album, join.asset, order,
                                     mySchema.column(QStringLiteral("a"), mySchema.assetTable(), QStringLiteral("ZDATECREATED")),
                                     title, join.table, mySchema.assetTable(), attributes, visible(QStringLiteral("a")));
-    // Albums sorted by date or title need values of their assets' rows; an album
-    // as arranged needs only the join table when the shown assets are known
-    // (looking up every entry's asset row would cost most of reading a library).
-    const auto sortedByValue = [](const AlbumRow& album) { return album.sortKey == 1 || album.sortKey == 5; };
-    QList<qint64> valued;
+    // With the shown assets at hand only albums sorted by title need their
+    // assets' rows: looking up every entry's asset row would cost most of
+    // reading a library, and the dates are in the assets already read.
+    const auto byTitle = [](const AlbumRow& album) { return album.sortKey == 5; };
+    QList<qint64> titled;
     if (shown) {
         for (auto it = albums.cbegin(); it != albums.cend(); ++it) {
-            if (sortedByValue(it.value()) && (!keys || keys->contains(it.key())))
-                valued.append(it.key());
+            if (byTitle(it.value()) && (!keys || keys->contains(it.key())))
+                titled.append(it.key());
         }
-        std::sort(valued.begin(), valued.end());
+        std::sort(titled.begin(), titled.end());
     }
+    // The shown assets' keys and dates side by side: a lookup per album entry
+    // stays in one block of memory instead of visiting asset after asset.
+    struct Dated
+    {
+        qint64 key;
+        std::optional<qint64> created;
+    };
+    std::vector<Dated> dated;
+    if (shown) {
+        dated.reserve(shown->size());
+        for (const auto& asset : *shown) {
+            const Asset& libraryAsset = static_cast<const Asset&>(*asset);
+            dated.push_back({libraryAsset.primaryKey(), libraryAsset.created()});
+        }
+    }
+    const auto shownAsset = [&dated](qint64 key) -> const Dated* {
+        const auto it = std::lower_bound(dated.cbegin(), dated.cend(), key, [](const Dated& asset, qint64 wanted) { return asset.key < wanted; });
+        return it != dated.cend() && it->key == key ? &*it : nullptr;
+    };
     struct Query
     {
         QString sql;
@@ -251,18 +272,28 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
             for (const QList<qint64>& slice : slices(*keys))
                 queries.push_back({plain + QStringLiteral(" WHERE j.%1 IN (%2)").arg(join.album, keyList(slice)), false});
         }
-        for (const QList<qint64>& slice : slices(valued))
+        for (const QList<qint64>& slice : slices(titled))
             queries.push_back({select + QStringLiteral(" AND j.%1 IN (%2)").arg(join.album, keyList(slice)), true});
     }
 
+    // One list for all albums, put in album and then position order at once;
+    // titles (only albums sorted by title need them) apart, so entries stay small.
     struct Entry
     {
-        qint64 asset;
+        qint64 album;
         qint64 position;
-        std::optional<double> created;
-        QString title;
+        qint64 asset;
+        std::optional<qint64> created;  // milliseconds since 1970
+        qsizetype title;                // in titles; -1: none
     };
-    QHash<qint64, std::vector<Entry>> entries;
+    std::vector<Entry> entries;
+    if (!keys) {
+        // Sized once: growing a list of a hundred thousand entries step by step costs more than counting them.
+        Statement count(myDb, QStringLiteral("SELECT count(*) FROM %1").arg(join.table));
+        if (count.next())
+            entries.reserve(size_t(std::clamp<qint64>(count.integer(0), 0, maximumReserved)));
+    }
+    QStringList titles;
     for (const Query& query : queries) {
         Statement rows(myDb, query.sql);
         while (rows.next()) {
@@ -271,45 +302,56 @@ QHash<qint64, QList<qint64>> Reader::members(const QHash<qint64, AlbumRow>& albu
             if (known == albums.cend())
                 continue;
             if (query.joined) {
-                entries[album].push_back({rows.integer(1), rows.integer(2), rows.real(3), rows.text(4)});
-            } else if (!sortedByValue(known.value())) {
-                const qint64 asset = rows.integer(1);
-                if (shown->contains(asset))
-                    entries[album].push_back({asset, rows.integer(2), std::nullopt, QString()});
+                titles.append(rows.text(4));
+                entries.push_back({album, rows.integer(2), rows.integer(1), milliseconds(rows.real(3)), titles.size() - 1});
+            } else if (!byTitle(known.value())) {
+                const qint64 key = rows.integer(1);
+                if (const Dated* asset = shownAsset(key))
+                    entries.push_back({album, rows.integer(2), key, asset->created, -1});
             }
         }
         if (rows.failed())
             myError = rows.error();
     }
-    for (auto it = entries.begin(); it != entries.end(); ++it) {
-        const AlbumRow& album = albums[it.key()];
-        std::vector<Entry>& list = it.value();
-        const auto byPosition = [](const Entry& a, const Entry& b) {
-            return a.position != b.position ? a.position < b.position : a.asset < b.asset;
-        };
-        std::sort(list.begin(), list.end(), byPosition);
+    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
+        if (a.album != b.album)
+            return a.album < b.album;
+        return a.position != b.position ? a.position < b.position : a.asset < b.asset;
+    });
+    std::vector<qint64> sortedKeys;
+    for (auto first = entries.begin(); first != entries.end();) {
+        const auto last = std::find_if(first, entries.end(), [&](const Entry& entry) { return entry.album != first->album; });
+        const AlbumRow& album = albums[first->album];
         if (album.sortKey == 1 || album.sortKey == 5) {
-            std::stable_sort(list.begin(), list.end(), [&](const Entry& a, const Entry& b) {
+            std::stable_sort(first, last, [&](const Entry& a, const Entry& b) {
                 int c = 0;
                 if (album.sortKey == 1)
                     c = a.created == b.created ? 0 : (!a.created || (b.created && *a.created < *b.created)) ? -1 : 1;
                 else
-                    c = a.title.compare(b.title, Qt::CaseInsensitive);
+                    c = (a.title < 0 ? QString() : titles.at(a.title)).compare(b.title < 0 ? QString() : titles.at(b.title), Qt::CaseInsensitive);
                 return album.ascending ? c < 0 : c > 0;
             });
         }
-        // An album that lists an asset twice shows it once, where it first appears.
         QList<qint64> ordered;
-        QSet<qint64> seen;
-        for (const Entry& entry : list) {
-            if (!seen.contains(entry.asset)) {
-                seen.insert(entry.asset);
-                ordered.append(entry.asset);
-            } else {
-                note(QStringLiteral("albums listing an asset twice show it once"));
-            }
+        ordered.reserve(last - first);
+        for (auto it = first; it != last; ++it)
+            ordered.append(it->asset);
+        // An album that lists an asset twice shows it once, where it first appears.
+        sortedKeys.assign(ordered.cbegin(), ordered.cend());
+        std::sort(sortedKeys.begin(), sortedKeys.end());
+        if (std::adjacent_find(sortedKeys.cbegin(), sortedKeys.cend()) != sortedKeys.cend()) {
+            QSet<qint64> seen;
+            const qsizetype listed = ordered.size();
+            ordered.removeIf([&](qint64 key) {
+                if (seen.contains(key))
+                    return true;
+                seen.insert(key);
+                return false;
+            });
+            note(QStringLiteral("albums listing an asset twice show it once"), int(listed - ordered.size()));
         }
-        result.insert(it.key(), ordered);
+        result.insert(first->album, ordered);
+        first = last;
     }
     return result;
 }

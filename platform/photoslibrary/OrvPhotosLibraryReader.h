@@ -62,9 +62,9 @@ public:
     // Albums, folders and the roots they hang from, in sibling order.
     std::vector<AlbumRow> albums();
     // The assets of each album (all when keys is null) in the album's own order.
-    // shown, when given, holds the keys of every asset that assets() reads now.
+    // shown, when given, holds every asset that assets() reads now, in key order.
     QHash<qint64, QList<qint64>> members(const QHash<qint64, AlbumRow>& albums, const QList<qint64>* keys = nullptr,
-                                         const QSet<qint64>* shown = nullptr);
+                                         const std::vector<std::shared_ptr<const OrvPhotoKitModel::ModelAsset>>* shown = nullptr);
     // Albums that list any of the assets.
     QSet<qint64> albumsListing(const QList<qint64>& assetKeys);
     // The assets that rows of a table with a ZASSET column belong to.

@@ -42,16 +42,13 @@ QByteArray logHeader(const QString& path)
     return header;
 }
 
-// Read-only and on this machine: nobody can write the files while they are read.
-bool onReadOnlyLocalFileSystem(const QString& folder)
+// On this machine: a share may be written by another one, whose locks and
+// shared memory SQLite cannot see.
+bool onLocalFileSystem(const QString& folder)
 {
-    const QByteArray path = QFile::encodeName(folder);
-    struct statvfs volume;
-    if (statvfs(path.constData(), &volume) != 0 || (volume.f_flag & ST_RDONLY) == 0)
-        return false;
 #ifdef __linux__
     struct statfs system;
-    if (statfs(path.constData(), &system) != 0)
+    if (statfs(QFile::encodeName(folder).constData(), &system) != 0)
         return false;
     switch (static_cast<unsigned long>(system.f_type)) {
     case 0x6969UL:      // NFS
@@ -65,8 +62,18 @@ bool onReadOnlyLocalFileSystem(const QString& folder)
         return true;
     }
 #else
+    Q_UNUSED(folder);
     return true;
 #endif
+}
+
+// Read-only and on this machine: nobody can write the files while they are read.
+bool onReadOnlyLocalFileSystem(const QString& folder)
+{
+    struct statvfs volume;
+    if (statvfs(QFile::encodeName(folder).constData(), &volume) != 0 || (volume.f_flag & ST_RDONLY) == 0)
+        return false;
+    return onLocalFileSystem(folder);
 }
 
 bool allZero(const char* data, qint64 size)
@@ -185,7 +192,8 @@ QString Snapshot::databasePath(const QString& packagePath)
     return QDir(packagePath).filePath(QStringLiteral("database/Photos.sqlite"));
 }
 
-std::shared_ptr<const Snapshot> Snapshot::take(const QString& packagePath, const Snapshot* previous, QString* error)
+std::shared_ptr<const Snapshot> Snapshot::take(const QString& packagePath, const Snapshot* previous, QString* error,
+                                                Source source)
 {
     QString ignored;
     if (!error)
@@ -222,7 +230,12 @@ std::shared_ptr<const Snapshot> Snapshot::take(const QString& packagePath, const
     }
     std::shared_ptr<Snapshot> snapshot(new Snapshot());
     snapshot->myPackagePath = package.absoluteFilePath();
-    if (onReadOnlyLocalFileSystem(QFileInfo(database).absolutePath()) && snapshot->openInPlace())
+    const QString folder = QFileInfo(database).absolutePath();
+    if (onReadOnlyLocalFileSystem(folder) && snapshot->openInPlace(true))
+        return snapshot;
+    // Without a log SQLite would make one; a copy gets an empty one of its own.
+    if (source == Source::InPlace && onLocalFileSystem(folder)
+        && OrvUserFile::check(logPathOf(database), OrvUserFile::Media) == OrvUserFile::Ok && snapshot->openInPlace(false))
         return snapshot;
     if (!snapshot->copy(previous, error))
         return nullptr;
@@ -241,13 +254,31 @@ bool Snapshot::isCurrent() const
     return FileStamp::of(database) == myDatabase && FileStamp::of(logPathOf(database)) == myLog;
 }
 
-bool Snapshot::openInPlace()
+bool Snapshot::isIntact() const
+{
+    if (myCopy || myFrozen)
+        return true;
+    const QString database = databasePath(myPackagePath);
+    const QString log = logPathOf(database);
+    const FileStamp logNow = FileStamp::of(log);
+    return FileStamp::of(database) == myDatabase && logNow.exists && logNow.inode == myLog.inode
+        && logNow.device == myLog.device && logNow.size >= myLog.size && logHeader(log) == myLogHeader;
+}
+
+bool Snapshot::openInPlace(bool forGood)
 {
     const QString database = databasePath(myPackagePath);
+    const QString log = logPathOf(database);
+    // Taken before SQLite reads anything: a change after this makes the snapshot not intact.
     myDatabase = FileStamp::of(database);
-    myLog = FileStamp::of(logPathOf(database));
+    myLog = FileStamp::of(log);
+    myLogHeader = logHeader(log);
+    myFrozen = forGood;
     QString error;
-    return open(database, &error);
+    if (open(database, &error))
+        return true;
+    myLogHeader.clear();
+    return false;
 }
 
 bool Snapshot::copy(const Snapshot* previous, QString* error)
@@ -290,14 +321,17 @@ bool Snapshot::copy(const Snapshot* previous, QString* error)
                 continue;
         }
         qint64 logLength = 0;
-        if (logBefore.exists) {
-            OrvUserFile in(log, OrvUserFile::Media);
+        {
+            // The copy always has a log, if an empty one: SQLite opens it read-only.
             QFile out(copiedDatabase + QStringLiteral("-wal"));
-            if (in.open()) {
-                if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate) || (logLength = Wal::copyCommitted(in, out)) < 0) {
-                    *error = QStringLiteral("cannot copy the database's log: ") + out.errorString();
-                    return false;
-                }
+            if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+                *error = QStringLiteral("cannot copy the database's log: ") + out.errorString();
+                return false;
+            }
+            OrvUserFile in(log, OrvUserFile::Media);
+            if (logBefore.exists && in.open() && (logLength = Wal::copyCommitted(in, out)) < 0) {
+                *error = QStringLiteral("cannot copy the database's log: ") + out.errorString();
+                return false;
             }
         }
 
@@ -338,6 +372,7 @@ bool Snapshot::open(const QString& path, QString* error)
     // run, and no value is larger than a library would ever store.
     sqlite3_db_config(myDb, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(myDb, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_db_config(myDb, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     sqlite3_limit(myDb, SQLITE_LIMIT_LENGTH, 64 * 1024 * 1024);
     sqlite3_exec(myDb, "PRAGMA query_only = 1; PRAGMA mmap_size = 0", nullptr, nullptr, nullptr);
     char* message = nullptr;

@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+
 #include <cmath>
 
 namespace OrvPhotosLibrary {
@@ -90,13 +92,21 @@ std::optional<double> Statement::real(int column) const
     return std::isfinite(value) ? std::optional<double>(value) : std::nullopt;
 }
 
-QString Statement::text(int column) const
+QString Statement::text(int column, qsizetype spare) const
 {
     if (!myStatement || sqlite3_column_type(myStatement, column) == SQLITE_NULL)
         return QString();
     const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(myStatement, column));
     const int size = sqlite3_column_bytes(myStatement, column);
-    return bytes ? QString::fromUtf8(bytes, size) : QString();
+    if (!bytes)
+        return QString();
+    if (spare > 0 && std::all_of(bytes, bytes + size, [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+        QString ascii;
+        ascii.reserve(size + spare);
+        ascii.append(QLatin1String(bytes, size));
+        return ascii;
+    }
+    return QString::fromUtf8(bytes, size);
 }
 
 bool Statement::isPlainName(const QString& name)

@@ -41,7 +41,8 @@ public:
     // A finite number, or nothing (NULL, text, infinities, NaN).
     std::optional<double> real(int column) const;
     // Text as UTF-8 (invalid sequences replaced); a NULL is an empty string.
-    QString text(int column) const;
+    // With room for spare more characters, so that appending them costs no copy.
+    QString text(int column, qsizetype spare = 0) const;
 
     // Identifiers the library names (tables, columns) go into SQL only quoted,
     // and only when they are plain names.

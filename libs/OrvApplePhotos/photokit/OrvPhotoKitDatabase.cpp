@@ -229,10 +229,17 @@ void OrvPhotoKitDatabase::appendRemoteId(const QString& localIdentifier, QString
         utf8 = localIdentifier.toUtf8();
         bytes = utf8.size();
     }
-    out->resize(start + bytes * 3);
+    const auto byteAt = [&](qsizetype i) {
+        return utf8.isNull() ? begin[i].unicode() : char16_t(static_cast<unsigned char>(utf8.at(i)));
+    };
+    // Sized exactly: the identifiers stay in memory for as long as the library is shown.
+    qsizetype length = bytes;
+    for (qsizetype i = 0; i < bytes; ++i)
+        length += unreserved(byteAt(i)) ? 0 : 2;
+    out->resize(start + length);
     QChar* write = out->data() + start;
     for (qsizetype i = 0; i < bytes; ++i) {
-        const char16_t c = utf8.isNull() ? begin[i].unicode() : char16_t(static_cast<unsigned char>(utf8.at(i)));
+        const char16_t c = byteAt(i);
         if (unreserved(c)) {
             *write++ = QChar(c);
         } else {

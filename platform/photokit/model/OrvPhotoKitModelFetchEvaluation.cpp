@@ -53,18 +53,26 @@ void sortObjects(std::vector<ObjectPtr>& objects, const SortDescriptors& descrip
         double number = 0;
         Kind kind = Other;
     };
-    struct Keyed
-    {
-        ObjectPtr object;
-        std::vector<Key> keys;
-    };
-    std::vector<Keyed> keyed;
-    keyed.reserve(objects.size());
-    for (ObjectPtr& object : objects) {
-        std::vector<Key> keys(size_t(descriptors.size()));
-        for (qsizetype i = 0; i < descriptors.size(); ++i) {
-            Key& key = keys[size_t(i)];
-            key.value = valueOf(object, descriptors[i].key);
+    // The keys of all objects in one array (object by object), sorted through an
+    // order of indexes: no allocation per object.
+    const size_t width = size_t(descriptors.size());
+    std::vector<Key> keys(objects.size() * width);
+    for (size_t o = 0; o < objects.size(); ++o) {
+        for (size_t i = 0; i < width; ++i) {
+            Key& key = keys[o * width + i];
+            const QString& name = descriptors[qsizetype(i)].key;
+            const auto asset = name == QLatin1String("creationDate") ? asAsset(objects[o]) : nullptr;
+            if (asset) {
+                // The most common sort: no QVariant on the way.
+                const std::optional<QDateTime> created = asset->creationDate();
+                if (created) {
+                    key.kind = Key::Time;
+                    key.time = created->toMSecsSinceEpoch();
+                    key.value = QVariant::fromValue(true);
+                }
+                continue;
+            }
+            key.value = valueOf(objects[o], name);
             switch (key.value.typeId()) {
             case QMetaType::QDateTime:
                 key.kind = Key::Time;
@@ -81,7 +89,6 @@ void sortObjects(std::vector<ObjectPtr>& objects, const SortDescriptors& descrip
                 break;
             }
         }
-        keyed.push_back({std::move(object), std::move(keys)});
     }
     const auto compare = [](const Key& a, const Key& b) {
         if (a.kind == b.kind && a.kind == Key::Time)
@@ -90,16 +97,22 @@ void sortObjects(std::vector<ObjectPtr>& objects, const SortDescriptors& descrip
             return a.number < b.number ? -1 : (a.number > b.number ? 1 : 0);
         return compareValues(a.value, b.value);
     };
-    std::stable_sort(keyed.begin(), keyed.end(), [&](const Keyed& a, const Keyed& b) {
-        for (qsizetype i = 0; i < descriptors.size(); ++i) {
-            const int c = compare(a.keys[size_t(i)], b.keys[size_t(i)]);
+    std::vector<size_t> order(objects.size());
+    for (size_t o = 0; o < order.size(); ++o)
+        order[o] = o;
+    std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) {
+        for (size_t i = 0; i < width; ++i) {
+            const int c = compare(keys[a * width + i], keys[b * width + i]);
             if (c != 0)
-                return descriptors[i].ascending ? c < 0 : c > 0;
+                return descriptors[qsizetype(i)].ascending ? c < 0 : c > 0;
         }
         return false;
     });
-    for (size_t i = 0; i < keyed.size(); ++i)
-        objects[i] = std::move(keyed[i].object);
+    std::vector<ObjectPtr> sorted;
+    sorted.reserve(objects.size());
+    for (size_t o : order)
+        sorted.push_back(std::move(objects[o]));
+    objects = std::move(sorted);
 }
 
 std::function<bool(const ObjectPtr&)> optionFilter(const std::optional<FetchOptions>& options, quint32 defaultSourceTypes)
