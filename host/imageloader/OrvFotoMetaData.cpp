@@ -3,20 +3,33 @@
 
 #include <cmath>
 
-struct OrvFotoMetaData::Data : public QSharedData
+// What a file's metadata says beyond date, size, place and rating: most records
+// (a library's, one per photo) have none of it, and share one empty set.
+struct OrvFotoMetaDataExtra : public QSharedData
 {
-    bool valid = false;
-    QDateTime pictureTaken;
-    QSize preferredSize;
-    OrvGeoPosition geoPosition;
-    int adobeRating = 0;
-    int orientation = 1;
     QString cameraMake;
     QString cameraModel;
     QString caption;
     OrvMetaData colorInfo;
     OrvFacePositions faces;
+
+    static const QSharedDataPointer<OrvFotoMetaDataExtra>& none()
+    {
+        static const QSharedDataPointer<OrvFotoMetaDataExtra> empty(new OrvFotoMetaDataExtra);
+        return empty;
+    }
+};
+
+struct OrvFotoMetaData::Data : public QSharedData
+{
+    bool valid = false;
     OrvFotoMetaDataFlags flags = OrvFotoMetaDataNoFlag;
+    int adobeRating = 0;
+    int orientation = 1;
+    QSize preferredSize;
+    QDateTime pictureTaken;
+    OrvGeoPosition geoPosition;
+    QSharedDataPointer<OrvFotoMetaDataExtra> extra = OrvFotoMetaDataExtra::none();
 };
 
 namespace {
@@ -91,39 +104,39 @@ void OrvFotoMetaData::setOrientation(int orientation)
     d->valid = true;
 }
 
-QString OrvFotoMetaData::cameraMake() const { return d->cameraMake; }
+QString OrvFotoMetaData::cameraMake() const { return d->extra->cameraMake; }
 
 void OrvFotoMetaData::setCameraMake(const QString& make)
 {
-    d->cameraMake = make;
+    d->extra->cameraMake = make;
     d->valid = true;
 }
 
-QString OrvFotoMetaData::cameraModel() const { return d->cameraModel; }
+QString OrvFotoMetaData::cameraModel() const { return d->extra->cameraModel; }
 
 void OrvFotoMetaData::setCameraModel(const QString& model)
 {
-    d->cameraModel = model;
+    d->extra->cameraModel = model;
     d->valid = true;
 }
 
-QString OrvFotoMetaData::caption() const { return d->caption; }
+QString OrvFotoMetaData::caption() const { return d->extra->caption; }
 
 void OrvFotoMetaData::setCaption(const QString& caption)
 {
-    d->caption = caption;
+    d->extra->caption = caption;
     d->valid = true;
 }
 
-const OrvMetaData& OrvFotoMetaData::colorInfo() const { return d->colorInfo; }
+const OrvMetaData& OrvFotoMetaData::colorInfo() const { return d->extra->colorInfo; }
 
 void OrvFotoMetaData::setColorInfo(const OrvMetaData& info)
 {
-    d->colorInfo = info;
+    d->extra->colorInfo = info;
     d->valid = true;
 }
 
-const OrvFacePositions& OrvFotoMetaData::faces() const { return d->faces; }
+const OrvFacePositions& OrvFotoMetaData::faces() const { return d->extra->faces; }
 
 void OrvFotoMetaData::updateFaces(const QSize& imageSize, const OrvFacePositions& faces)
 {
@@ -153,7 +166,7 @@ void OrvFotoMetaData::updateFaces(const QSize& imageSize, const OrvFacePositions
         face.rect = r.isNull() ? QRectF() : r.intersected(unit);
         result.append(face);
     }
-    d->faces = result;
+    d->extra->faces = result;
     d->valid = true;
 }
 
@@ -173,10 +186,12 @@ qint64 OrvFotoMetaData::byteCount() const
 {
     auto stringBytes = [](const QString& s) { return qint64(s.capacity()) * qint64(sizeof(QChar)); };
     qint64 bytes = qint64(sizeof(OrvFotoMetaData)) + qint64(sizeof(Data));
-    bytes += stringBytes(d->cameraMake) + stringBytes(d->cameraModel) + stringBytes(d->caption);
+    if (d->extra != OrvFotoMetaDataExtra::none())
+        bytes += qint64(sizeof(OrvFotoMetaDataExtra));
+    bytes += stringBytes(d->extra->cameraMake) + stringBytes(d->extra->cameraModel) + stringBytes(d->extra->caption);
     // Typical size of an embedded profile; serialising it here would cost more than it tells.
-    bytes += d->colorInfo.colorSpace().isValid() ? 600 : 0;
-    for (const OrvFacePosition& face : d->faces)
+    bytes += d->extra->colorInfo.colorSpace().isValid() ? 600 : 0;
+    for (const OrvFacePosition& face : d->extra->faces)
         bytes += qint64(sizeof(OrvFacePosition)) + stringBytes(face.personId) + stringBytes(face.name);
     return bytes;
 }
@@ -189,6 +204,6 @@ bool OrvFotoMetaData::operator==(const OrvFotoMetaData& other) const
     const Data& b = *other.d;
     return a.valid == b.valid && a.pictureTaken == b.pictureTaken && a.preferredSize == b.preferredSize
         && a.geoPosition == b.geoPosition && a.adobeRating == b.adobeRating && a.orientation == b.orientation
-        && a.cameraMake == b.cameraMake && a.cameraModel == b.cameraModel && a.caption == b.caption
-        && a.colorInfo.colorSpace() == b.colorInfo.colorSpace() && a.faces == b.faces && a.flags == b.flags;
+        && a.extra->cameraMake == b.extra->cameraMake && a.extra->cameraModel == b.extra->cameraModel && a.extra->caption == b.extra->caption
+        && a.extra->colorInfo.colorSpace() == b.extra->colorInfo.colorSpace() && a.extra->faces == b.extra->faces && a.flags == b.flags;
 }

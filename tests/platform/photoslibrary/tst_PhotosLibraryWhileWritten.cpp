@@ -16,6 +16,7 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 using namespace OrvPhotoKit;
@@ -154,6 +155,8 @@ TEST_F(WhileWritten, CommitsAndCheckpointsMeanwhileAreSeenBeforeOrAfterNeverMixe
             if (i % 3 == 0)
                 sqlite3_exec(writer, i % 6 == 0 ? "PRAGMA wal_checkpoint(RESTART);" : "PRAGMA wal_checkpoint(PASSIVE);", nullptr,
                              nullptr, nullptr);
+            // Photos writes in bursts; a writer that never pauses would leave no moment to read at all.
+            std::this_thread::sleep_for(std::chrono::milliseconds(i % 4 == 0 ? 3 : 0));
         }
     });
     int reads = 0;
