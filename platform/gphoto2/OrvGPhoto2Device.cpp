@@ -73,6 +73,8 @@ bool writeAll(int fd, const char* data, qint64 size)
 
 } // namespace
 
+std::atomic<bool> Device::ourReadsThumbnails{true};
+
 std::shared_ptr<Device> Device::create(const QString& model, const QString& port, const QString& uuid)
 {
     return std::shared_ptr<Device>(new Device(model, port, uuid));
@@ -351,7 +353,7 @@ void Device::listItems(int session)
 void Device::askForThumbnails(int session, const QList<FilePtr>& files, int from)
 {
     const auto delegate = myDelegate.lock();
-    if (!delegate || !mySessionOpen || myClosing || mySession != session)
+    if (!delegate || !mySessionOpen || myClosing || mySession != session || !ourReadsThumbnails)
         return;
     // Asked a batch at a time, so that a download never waits behind a long queue.
     QList<FilePtr> wanted;

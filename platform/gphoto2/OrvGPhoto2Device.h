@@ -56,6 +56,9 @@ public:
     void resumeThread() { myThread.resume(); }
     void waitForThread() { myThread.waitIdle(); }
 
+    // Whether listed items get their thumbnails read (every device of the process).
+    static void setReadsThumbnails(bool reads) { ourReadsThumbnails = reads; }
+
     // Thumbnails kept at once per device; older ones are read again when asked for.
     static constexpr int thumbnailCacheSize = 256;
     static constexpr int thumbnailEdge = 160;
@@ -88,6 +91,8 @@ private:
     void deliver(int session, const std::function<void(const std::shared_ptr<Device>&,
                                                        const std::shared_ptr<OrvImageCapture::CameraDeviceDelegate>&)>& what);
     void askForThumbnails(int session, const QList<FilePtr>& files, int from);
+
+    static std::atomic<bool> ourReadsThumbnails;
 
     const QString myModel;
     const QString myPort;

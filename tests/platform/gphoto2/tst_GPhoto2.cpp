@@ -13,6 +13,7 @@
 #include "OrvQtCompat.h"
 #include "gphoto2/OrvGPhoto2Backend.h"
 #include "gphoto2/OrvGPhoto2CaptureDate.h"
+#include "gphoto2/OrvGPhoto2Library.h"
 #include "gphoto2/OrvGPhoto2TaskThread.h"
 #include "gphoto2/OrvGPhoto2Thumbnail.h"
 #include "gphoto2/OrvXdgMimeApps.h"
@@ -176,6 +177,7 @@ protected:
     }
     void TearDown() override
     {
+        OrvGPhoto2::setReadsThumbnails(true);
         OrvGPhoto2::removeAddedCameras();
         OrvTest::waitFor([] { return false; }, 50);
         database.reset();
@@ -249,6 +251,23 @@ TEST_F(GPhoto2Test, TheThumbnailComesFromTheExifBlockAndTheDownloadIsTheFile)
         return bytes;
     }();
     EXPECT_EQ(fromWorker, OrvTest::makeJpeg(320, 200));
+    EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
+}
+
+TEST_F(GPhoto2Test, AProgramThatShowsNoThumbnailHasNoneReadAndItsDownloadsStillCome)
+{
+    OrvGPhoto2::setReadsThumbnails(false);
+    const OrvExternalFotoList fotos = openCamera(3);
+    const auto device = OrvGPhoto2::connectedDevice(uuid);
+    ASSERT_TRUE(device);
+    // Whatever the complete catalogue asks of the camera's thread has been done.
+    QCoreApplication::processEvents();
+    device->waitForThread();
+    QCoreApplication::processEvents();
+    for (const OrvExternalFoto& foto : fotos) {
+        EXPECT_EQ(database->drawable(foto.id(), QSize(100, 100)).size(), QSize(64, 64)) << foto.fileName().toStdString();
+        EXPECT_FALSE(database->byteArray(foto.id()).isEmpty());
+    }
     EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
 }
 
@@ -583,6 +602,19 @@ TEST_F(GPhoto2Test, APhotoSwappedForAPipeAsItsDownloadOpensBlocksNothing)
     EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
     if (!path.isEmpty())
         QFile::remove(path);
+}
+
+TEST_F(GPhoto2Test, ACameraNamedByItsModelOpensAndEveryOtherModelStaysKnown)
+{
+    QString why;
+    EXPECT_EQ(OrvGPhoto2::checkCamera(model, port, &why), OrvGPhoto2::CameraCheck::Opens) << why.toStdString();
+    // Its driver alone may serve the directory; the models of all the others are still there.
+    EXPECT_TRUE(OrvGPhoto2::isKnownModel(QStringLiteral("USB PTP Class Camera")));
+    EXPECT_EQ(OrvGPhoto2::checkCamera(QStringLiteral("No Such Camera 9000"), port, &why), OrvGPhoto2::CameraCheck::UnknownModel);
+    const QStringList models = OrvGPhoto2::cameraModels();
+    EXPECT_TRUE(models.contains(model));
+    EXPECT_GT(models.size(), 100);
+    EXPECT_EQ(OrvGPhoto2::checkCamera(model, port, &why), OrvGPhoto2::CameraCheck::Opens) << why.toStdString();
 }
 
 TEST_F(GPhoto2Test, ThePortMustNameAFolderWithSomethingInIt)
