@@ -111,7 +111,8 @@ int commandExport(const OrvArguments& arguments)
     QList<OrvExportJob::Item> items;
     for (const OrvExternalFoto& foto : fotos)
         items.append({foto, std::shared_ptr<OrvFotoRetrieverInterface>(database->createRetrieverInterface(foto.id()))});
-    OrvExportJob job(outDir, options, items, nullptr, 0);
+    // Stored bytes are mostly waited for (a camera's downloads): four at once keep the source busy.
+    OrvExportJob job(outDir, options, items, nullptr, full && original ? 4 : 0);
     if (!job.isOpen()) {
         fail("export") << OrvCommandLine::tr("cannot create %1: %2").arg(outDir, job.errorString()) << "\n";
         return 1;

@@ -39,6 +39,22 @@ bool DiskStorage::contains(const QByteArray& real) const
     return !real.isEmpty() && real.startsWith(myRoot) && (real.size() == myRoot.size() || real.at(myRoot.size()) == '/');
 }
 
+QByteArray DiskStorage::realFolder(const QByteArray& path) const
+{
+    {
+        std::lock_guard<std::mutex> lock(myFoldersMutex);
+        const auto known = myFolders.constFind(path);
+        if (known != myFolders.cend())
+            return *known;
+    }
+    const QByteArray real = realPath(path);
+    if (!contains(real))
+        return {};
+    std::lock_guard<std::mutex> lock(myFoldersMutex);
+    myFolders.insert(path, real);
+    return real;
+}
+
 QByteArray DiskStorage::resolve(const QByteArray& folder, const QByteArray& name) const
 {
     if (!isValid() || name.contains('/') || name == ".." || name == "." || folder.contains("/../"))
@@ -47,13 +63,16 @@ QByteArray DiskStorage::resolve(const QByteArray& folder, const QByteArray& name
     if (!folder.startsWith('/'))
         path += '/';
     path += folder;
-    if (!name.isEmpty()) {
-        if (!path.endsWith('/'))
-            path += '/';
-        path += name;
-    }
-    const QByteArray real = realPath(path);
-    return contains(real) ? real : QByteArray();
+    const QByteArray real = realFolder(path);
+    if (real.isEmpty() || name.isEmpty())
+        return real;
+    const QByteArray file = real + '/' + name;
+    struct stat info {};
+    // Anything but a link is itself; a link is followed to wherever it leads.
+    if (::lstat(file.constData(), &info) == 0 && !S_ISLNK(info.st_mode))
+        return file;
+    const QByteArray target = realPath(file);
+    return contains(target) ? target : QByteArray();
 }
 
 bool DiskStorage::isInside(const QByteArray& folder) const { return !resolve(folder, QByteArray()).isEmpty(); }

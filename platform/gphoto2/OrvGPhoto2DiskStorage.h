@@ -11,9 +11,11 @@
 #include "OrvUserFile.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QString>
 
 #include <memory>
+#include <mutex>
 #include <optional>
 
 namespace OrvGPhoto2 {
@@ -23,6 +25,8 @@ class DiskStorage
 public:
     // Not valid for a port that is no "disk:" one, or names no folder.
     explicit DiskStorage(const QString& port = QString());
+    DiskStorage(const DiskStorage&) = delete;
+    DiskStorage& operator=(const DiskStorage&) = delete;
     bool isValid() const { return !myRoot.isEmpty(); }
 
     struct Entry
@@ -41,8 +45,14 @@ private:
     // The path that folder/name leads to once its links are resolved; empty when it leaves the storage.
     QByteArray resolve(const QByteArray& folder, const QByteArray& name) const;
     bool contains(const QByteArray& real) const;
+    // The folder's path with its links resolved, once per folder: a photo's own
+    // path then costs one lstat, not a readlink for each folder on the way.
+    // A folder made a link later is caught where a file is opened.
+    QByteArray realFolder(const QByteArray& path) const;
 
     QByteArray myRoot;  // canonical, without a trailing "/"
+    mutable std::mutex myFoldersMutex;
+    mutable QHash<QByteArray, QByteArray> myFolders;  // as asked -> resolved, inside the storage
 };
 
 } // namespace OrvGPhoto2
