@@ -98,7 +98,8 @@ private:
     const QString myPort;
     const QString myUuid;
     // Valid for a folder served as a camera: its files are read here, not by the driver.
-    const DiskStorage myStorage;
+    // Shared with the items, which read their dates through it when first asked.
+    const std::shared_ptr<const DiskStorage> myStorage;
     std::function<void(const QString&)> myOnDisconnect;
 
     // Main thread only.

@@ -271,6 +271,25 @@ TEST_F(GPhoto2Test, AProgramThatShowsNoThumbnailHasNoneReadAndItsDownloadsStillC
     EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
 }
 
+TEST_F(GPhoto2Test, APhotoIsDatedWhenFirstAskedOrFromItsDownloadWhicheverComesFirst)
+{
+    const QDateTime withOffset = OrvQt::withOffset(QDate(2021, 3, 4), QTime(5, 6, 7), -5 * 3600);
+    write(QStringLiteral("DCIM/102TEST/ASKED.JPG"), jpegTakenAt(OrvTest::makeJpeg(64, 48), withOffset));
+    write(QStringLiteral("DCIM/102TEST/LOADED.JPG"), jpegTakenAt(OrvTest::makeJpeg(64, 48), withOffset));
+    const OrvExternalFotoList fotos = openCamera(5);
+    QHash<QString, OrvExternalFoto> byName;
+    for (const OrvExternalFoto& foto : fotos)
+        byName.insert(foto.name(), foto);
+    ASSERT_TRUE(byName.contains("ASKED.JPG") && byName.contains("LOADED.JPG"));
+    EXPECT_EQ(OrvFotoDate::takenOf(database.get(), byName.value("ASKED.JPG")), withOffset);
+    // Downloaded before anyone asked, then gone from the card: its date came with the download.
+    EXPECT_FALSE(database->byteArray(byName.value("LOADED.JPG").id()).isEmpty());
+    ASSERT_TRUE(QFile::remove(storage.filePath(QStringLiteral("DCIM/102TEST/LOADED.JPG"))));
+    ASSERT_TRUE(QFile::remove(storage.filePath(QStringLiteral("DCIM/102TEST/ASKED.JPG"))));
+    EXPECT_EQ(OrvFotoDate::takenOf(database.get(), byName.value("LOADED.JPG")), withOffset);
+    EXPECT_EQ(OrvFotoDate::takenOf(database.get(), byName.value("ASKED.JPG")), withOffset);
+}
+
 TEST_F(GPhoto2Test, PhotosWithoutAnExifThumbnailGetOneDecodedAndAreDatedWhenTaken)
 {
     // Beside the three of every test: no EXIF at all, a capture date with its offset, one
