@@ -469,9 +469,18 @@ void Device::download(const Download& request)
         reportDownload(request, Error{ErrorCancelled, QStringLiteral("cancelled")});
         return;
     }
-    OrvTargetFolder folder(request.options.downloadsDirectoryURL.toLocalFile());
+    const QString directory = request.options.downloadsDirectoryURL.toLocalFile();
+    const bool kept = myDownloadFolder && myDownloadFolder->path() == directory;
+    if (!kept)
+        myDownloadFolder = std::make_unique<OrvTargetFolder>(directory);
     QByteArray temporary;
-    const int fd = folder.createTemporary(&temporary);
+    int fd = myDownloadFolder->createTemporary(&temporary);
+    if (fd < 0 && kept) {
+        // The folder may have gone (and come back) since: opened anew, as for a first download.
+        myDownloadFolder = std::make_unique<OrvTargetFolder>(directory);
+        fd = myDownloadFolder->createTemporary(&temporary);
+    }
+    OrvTargetFolder& folder = *myDownloadFolder;
     if (fd < 0) {
         reportDownload(request, Error{ErrorWriteFailed, folder.errorString()});
         return;

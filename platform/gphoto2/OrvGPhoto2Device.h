@@ -11,6 +11,7 @@
 #include "OrvImageCapture.h"
 #include "OrvImageCaptureHub.h"
 #include "OrvImageCaptureItem.h"
+#include "OrvTargetFolder.h"
 
 #include <QHash>
 #include <QList>
@@ -117,6 +118,8 @@ private:
     Camera* myCamera = nullptr;
     GPContext* myContext = nullptr;
     std::deque<FilePtr> myThumbnailed;
+    // The folder the last download went to, kept open for the next one.
+    std::unique_ptr<OrvTargetFolder> myDownloadFolder;
     // Names listed that do not survive the way through QString, by folder and name as items have them.
     QHash<QString, QByteArray> myDeviceNames;
     CancelSource myCancel;

@@ -55,8 +55,11 @@ QByteArray DiskStorage::realFolder(const QByteArray& path) const
     return real;
 }
 
-QByteArray DiskStorage::resolve(const QByteArray& folder, const QByteArray& name) const
+QByteArray DiskStorage::resolve(const QByteArray& folder, const QByteArray& name, struct stat* info) const
 {
+    struct stat own {};
+    if (!info)
+        info = &own;
     if (!isValid() || name.contains('/') || name == ".." || name == "." || folder.contains("/../"))
         return {};
     QByteArray path = myRoot;
@@ -67,22 +70,21 @@ QByteArray DiskStorage::resolve(const QByteArray& folder, const QByteArray& name
     if (real.isEmpty() || name.isEmpty())
         return real;
     const QByteArray file = real + '/' + name;
-    struct stat info {};
     // Anything but a link is itself; a link is followed to wherever it leads.
-    if (::lstat(file.constData(), &info) == 0 && !S_ISLNK(info.st_mode))
+    if (::lstat(file.constData(), info) == 0 && !S_ISLNK(info->st_mode))
         return file;
     const QByteArray target = realPath(file);
-    return contains(target) ? target : QByteArray();
+    return contains(target) && ::lstat(target.constData(), info) == 0 ? target : QByteArray();
 }
 
 bool DiskStorage::isInside(const QByteArray& folder) const { return !resolve(folder, QByteArray()).isEmpty(); }
 
 std::optional<DiskStorage::Entry> DiskStorage::item(const QByteArray& folder, const QByteArray& name) const
 {
-    const QByteArray real = resolve(folder, name);
     struct stat info {};
-    // Resolved, the path has no link left: lstat sees the file itself.
-    if (real.isEmpty() || ::lstat(real.constData(), &info) != 0 || !S_ISREG(info.st_mode) || ::access(real.constData(), R_OK) != 0) {
+    const QByteArray real = resolve(folder, name, &info);
+    // Resolved, the path has no link left: info is of the file itself.
+    if (real.isEmpty() || !S_ISREG(info.st_mode) || ::access(real.constData(), R_OK) != 0) {
         qDebug().noquote() << "Image Capture: not a photo of this storage:" << QString::fromUtf8(folder + '/' + name);
         return std::nullopt;
     }

@@ -18,6 +18,8 @@
 #include <mutex>
 #include <optional>
 
+struct stat;
+
 namespace OrvGPhoto2 {
 
 class DiskStorage
@@ -43,7 +45,8 @@ public:
 
 private:
     // The path that folder/name leads to once its links are resolved; empty when it leaves the storage.
-    QByteArray resolve(const QByteArray& folder, const QByteArray& name) const;
+    // info (where given) gets what lstat tells of a named file there.
+    QByteArray resolve(const QByteArray& folder, const QByteArray& name, struct stat* info = nullptr) const;
     bool contains(const QByteArray& real) const;
     // The folder's path with its links resolved, once per folder: a photo's own
     // path then costs one lstat, not a readlink for each folder on the way.
