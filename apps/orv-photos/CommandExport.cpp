@@ -4,6 +4,7 @@
 #include "OrvExportProgress.h"
 #include "OrvExternalDatabase.h"
 #include "OrvFotoExporter.h"
+#include "OrvFotoRegistries.h"
 #include "OrvFotoRetriever.h"
 #include "OrvInterruptGuard.h"
 
@@ -117,6 +118,20 @@ int commandExport(const OrvArguments& arguments)
         fail("export") << OrvCommandLine::tr("cannot create %1: %2").arg(outDir, job.errorString()) << "\n";
         return 1;
     }
+    // A source's downloads go next to the photos they become: a link then, not a copy
+    // (the system's temporary folder may be on another file system).
+    OrvFotoSafeContainer* temporary = OrvSingleton<OrvFotoSafeContainer>::instance();
+    const struct TemporaryNearby
+    {
+        OrvFotoSafeContainer* container;
+        bool set;
+        // Gone with the export: nothing of it stays in the folder but the photos.
+        ~TemporaryNearby()
+        {
+            if (set)
+                container->removeTemporaryDir();
+        }
+    } nearby{temporary, temporary->setTemporaryParent(job.folderPath())};
     OrvExportProgress progress(int(fotos.size()));
     bool refused = false;
     QObject::connect(&job, &OrvExportJob::fotoDone,

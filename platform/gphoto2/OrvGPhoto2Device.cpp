@@ -475,8 +475,8 @@ void Device::download(const Download& request)
         myDownloadFolder = std::make_unique<OrvTargetFolder>(directory);
     QByteArray temporary;
     int fd = myDownloadFolder->createTemporary(&temporary);
-    if (fd < 0 && kept) {
-        // The folder may have gone (and come back) since: opened anew, as for a first download.
+    if (fd < 0 && kept && QFileInfo(directory).isDir()) {
+        // The folder went and came back since: opened anew. One that is gone stays gone.
         myDownloadFolder = std::make_unique<OrvTargetFolder>(directory);
         fd = myDownloadFolder->createTemporary(&temporary);
     }
