@@ -4,6 +4,7 @@
 #include "OrvExportProgress.h"
 #include "OrvExternalDatabase.h"
 #include "OrvFotoExporter.h"
+#include "OrvFotoRegistries.h"
 #include "OrvFotoRetriever.h"
 #include "OrvInterruptGuard.h"
 
@@ -111,11 +112,26 @@ int commandExport(const OrvArguments& arguments)
     QList<OrvExportJob::Item> items;
     for (const OrvExternalFoto& foto : fotos)
         items.append({foto, std::shared_ptr<OrvFotoRetrieverInterface>(database->createRetrieverInterface(foto.id()))});
-    OrvExportJob job(outDir, options, items, nullptr, 0);
+    // Stored bytes are mostly waited for (a camera's downloads): four at once keep the source busy.
+    OrvExportJob job(outDir, options, items, nullptr, full && original ? 4 : 0);
     if (!job.isOpen()) {
         fail("export") << OrvCommandLine::tr("cannot create %1: %2").arg(outDir, job.errorString()) << "\n";
         return 1;
     }
+    // A source's downloads go next to the photos they become: a link then, not a copy
+    // (the system's temporary folder may be on another file system).
+    OrvFotoSafeContainer* temporary = OrvSingleton<OrvFotoSafeContainer>::instance();
+    const struct TemporaryNearby
+    {
+        OrvFotoSafeContainer* container;
+        bool set;
+        // Gone with the export: nothing of it stays in the folder but the photos.
+        ~TemporaryNearby()
+        {
+            if (set)
+                container->removeTemporaryDir();
+        }
+    } nearby{temporary, temporary->setTemporaryParent(job.folderPath())};
     OrvExportProgress progress(int(fotos.size()));
     bool refused = false;
     QObject::connect(&job, &OrvExportJob::fotoDone,

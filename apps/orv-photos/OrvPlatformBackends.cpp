@@ -58,7 +58,8 @@ bool install(const Choice& choice)
 #if defined(__APPLE__)
     OrvMacOS::installImageCapture();
 #elif defined(ORV_HAVE_GPHOTO2)
-    OrvGPhoto2::install();
+    OrvGPhoto2::install(choice.detectCameras);
+    OrvGPhoto2::setReadsThumbnails(choice.cameraThumbnails);
     for (const auto& [model, port] : choice.cameras) {
         if (!OrvGPhoto2::addCamera(model, port)) {
             err() << "orv-photos: " << OrvCommandLine::tr("--camera: no camera %1 at %2").arg(model, port) << "\n";

@@ -20,6 +20,8 @@ struct Choice
     QString photosLibrary; // --photos-library, empty without it
     bool simulatedDevices = false; // --devices: $ORV_IMAGECAPTURE_DEVICES describes them
     QList<QPair<QString, QString>> cameras; // --camera MODEL=PORT pairs for libgphoto2
+    bool detectCameras = true; // libgphoto2 looks for connected cameras too
+    bool cameraThumbnails = true; // cameras read their photos' thumbnails once listed
 };
 
 // False, after a message, when a library or camera asked for cannot be had.

@@ -262,6 +262,13 @@ int main(int argc, char** argv)
     backends.photosLibrary = arguments.value(QStringLiteral("photos-library"));
     if (!chooseCameras(arguments, &backends))
         return 1;
+    // Cameras named by hand are the ones a command works on (no looking through
+    // the USB bus); the browser still shows any that is plugged in.
+    const bool browsing = arguments.command() == QLatin1String("browse");
+    backends.detectCameras = backends.cameras.isEmpty() || browsing;
+    // An export of whole files shows no thumbnail: a camera reads none.
+    backends.cameraThumbnails = !(arguments.command() == QLatin1String("export")
+                                  && arguments.value(QStringLiteral("size")) == QLatin1String("full"));
     // The simulations and libraries the options name, the system's own frameworks otherwise.
     if (!OrvPlatformBackends::install(backends))
         return 1;

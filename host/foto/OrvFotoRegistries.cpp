@@ -350,6 +350,11 @@ void removeSafeContainerDir()
 QString OrvFotoSafeContainer::temporaryDir() const
 {
     QMutexLocker locker(&myMutex);
+    if (!myDir && !myParent.isEmpty()) {
+        myDir = std::make_unique<QTemporaryDir>(myParent + QStringLiteral("/.orv-photos-XXXXXX"));
+        if (!myDir->isValid())
+            myDir.reset();
+    }
     if (!myDir) {
         myDir = std::make_unique<QTemporaryDir>(QDir::tempPath() + QStringLiteral("/orv-photos-XXXXXX"));
         if (!myDir->isValid()) {
@@ -362,4 +367,20 @@ QString OrvFotoSafeContainer::temporaryDir() const
         qAddPostRoutine(removeSafeContainerDir);
     }
     return myDir->path();
+}
+
+void OrvFotoSafeContainer::removeTemporaryDir()
+{
+    QMutexLocker locker(&myMutex);
+    myDir.reset();
+    myParent.clear();
+}
+
+bool OrvFotoSafeContainer::setTemporaryParent(const QString& parent)
+{
+    QMutexLocker locker(&myMutex);
+    if (myDir)
+        return false;
+    myParent = parent;
+    return true;
 }

@@ -210,10 +210,19 @@ class OrvFotoSafeContainer : public OrvSingleton<OrvFotoSafeContainer>
 public:
     // Created on first use, removed when the process ends.
     QString temporaryDir() const;
+    // Where the folder is made on first use: the system's temporary folder, or
+    // (a hidden folder in) the folder an export writes to, so that what the
+    // sources download there becomes a file of the export without a copy.
+    // False when the folder is in use already.
+    bool setTemporaryParent(const QString& parent);
+    // Removes the folder and what it holds now (an export's, when it is done);
+    // a later use makes one anew in the system's temporary folder.
+    void removeTemporaryDir();
 
 private:
     friend class OrvSingleton<OrvFotoSafeContainer>;
     OrvFotoSafeContainer() = default;
     mutable QMutex myMutex;
     mutable std::unique_ptr<QTemporaryDir> myDir;
+    QString myParent;
 };

@@ -88,6 +88,7 @@ void startDetection()
     Backend& b = backend();
     if (!b.detect || b.detector || !QCoreApplication::instance())
         return;
+    qDebug() << "Image Capture: looking for cameras";
     b.detector = new Detector(found);
     b.detector->setParent(QCoreApplication::instance());
     b.detector->start();
@@ -122,6 +123,8 @@ void install(bool detect)
     b.hub->setOnFirstStart([] { OrvImageCapture::postToMainThread(startDetection); });
     OrvImageCapture::setDeviceBrowserProvider([] { return backend().hub->createBrowser(); });
 }
+
+void setReadsThumbnails(bool reads) { Device::setReadsThumbnails(reads); }
 
 bool addCamera(const QString& model, const QString& port)
 {

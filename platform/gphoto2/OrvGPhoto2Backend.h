@@ -13,6 +13,10 @@ namespace OrvGPhoto2 {
 // Makes libgphoto2 the Image Capture backend. With detect false only cameras
 // added with addCamera appear (tests, and a host that names its cameras).
 void install(bool detect = true);
+// Whether devices read their items' thumbnails once listed, as ImageCaptureCore
+// does for a browser to show them (the default). A program that shows none (an
+// export of whole files) turns it off: a thumbnail is then never read.
+void setReadsThumbnails(bool reads);
 // A camera that detection cannot see, as gphoto2's --camera and --port name
 // it ("Directory Browse", "disk:/path/to/folder"). Its UUID follows from model
 // and port, so it is the same in every run. False for a port that names no

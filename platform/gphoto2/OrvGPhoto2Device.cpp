@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <chrono>
 #include <thread>
 #include <unistd.h>
@@ -73,13 +74,15 @@ bool writeAll(int fd, const char* data, qint64 size)
 
 } // namespace
 
+std::atomic<bool> Device::ourReadsThumbnails{true};
+
 std::shared_ptr<Device> Device::create(const QString& model, const QString& port, const QString& uuid)
 {
     return std::shared_ptr<Device>(new Device(model, port, uuid));
 }
 
 Device::Device(const QString& model, const QString& port, const QString& uuid)
-    : myModel(model), myPort(port), myUuid(uuid), myStorage(port)
+    : myModel(model), myPort(port), myUuid(uuid), myStorage(std::make_shared<const DiskStorage>(port))
 {
 }
 
@@ -274,9 +277,9 @@ void Device::listItems(int session)
             QString mime;
             qint64 modified = 0;
             qint64 size = -1;
-            if (myStorage.isValid()) {
+            if (myStorage->isValid()) {
                 // Checked here, never asked of the driver: only what can be downloaded is an item.
-                const auto entry = myStorage.item(pathBytes, deviceName);
+                const auto entry = myStorage->item(pathBytes, deviceName);
                 if (!entry)
                     continue;
                 modified = entry->modified;
@@ -300,14 +303,17 @@ void Device::listItems(int session)
             if (uti == OrvUniformType::kUTTypeData)
                 uti = OrvUniformType::typeForExtension(name.section(QLatin1Char('.'), -1));
             // As ImageCaptureCore dates a photo: when it was taken, else when the file was written.
-            QDateTime created;
-            if (myStorage.isValid() && uti == QLatin1String("public.jpeg")) {
-                const auto opened = myStorage.open(pathBytes, deviceName, OrvUserFile::Image);
-                created = captureDate(opened.get());
+            // The capture date is read when first asked for (a download finds it on the way).
+            const QDateTime written = modified > 0 ? OrvQt::utcFromSecs(modified) : QDateTime();
+            ListedFile::Dater dater;
+            if (myStorage->isValid() && uti == QLatin1String("public.jpeg")) {
+                dater = [storage = myStorage, pathBytes, deviceName, written] {
+                    const auto opened = storage->open(pathBytes, deviceName, OrvUserFile::Image);
+                    const QDateTime taken = captureDate(opened.get());
+                    return taken.isValid() ? taken : written;
+                };
             }
-            if (!created.isValid() && modified > 0)
-                created = OrvQt::utcFromSecs(modified);
-            auto file = std::make_shared<const ListedFile>(ItemFields{name, uti, created, folder, owner, path}, size);
+            auto file = std::make_shared<const ListedFile>(ItemFields{name, uti, written, folder, owner, path}, size, std::move(dater));
             batch.append(file);
             files.append(file);
             if (batch.size() >= itemBatch)
@@ -322,7 +328,7 @@ void Device::listItems(int session)
                 break;
             // Folders are walked by their names as text; a linked folder of a storage may lead anywhere.
             const QString name = QString::fromUtf8(deviceName);
-            if (name.toUtf8() != deviceName || (myStorage.isValid() && !myStorage.isInside(childPath(path, name).toUtf8())))
+            if (name.toUtf8() != deviceName || (myStorage->isValid() && !myStorage->isInside(childPath(path, name).toUtf8())))
                 continue;
             auto child = std::make_shared<const ListedFolder>(
                 ItemFields{name, OrvUniformType::kUTTypeFolder, QDateTime(), folder, owner, childPath(path, name)});
@@ -351,7 +357,7 @@ void Device::listItems(int session)
 void Device::askForThumbnails(int session, const QList<FilePtr>& files, int from)
 {
     const auto delegate = myDelegate.lock();
-    if (!delegate || !mySessionOpen || myClosing || mySession != session)
+    if (!delegate || !mySessionOpen || myClosing || mySession != session || !ourReadsThumbnails)
         return;
     // Asked a batch at a time, so that a download never waits behind a long queue.
     QList<FilePtr> wanted;
@@ -390,8 +396,8 @@ int Device::readThumbnails(int session, const QList<FilePtr>& files)
         ++done;
         int result = GP_OK;
         QImage thumbnail;
-        if (myStorage.isValid()) {
-            const auto opened = myStorage.open(file->location().toUtf8(), deviceName(*file), OrvUserFile::Image);
+        if (myStorage->isValid()) {
+            const auto opened = myStorage->open(file->location().toUtf8(), deviceName(*file), OrvUserFile::Image);
             thumbnail = readThumbnail(opened.get(), thumbnailEdge);
         } else {
             thumbnail = readThumbnail(myCamera, myContext, file->location(), file->name(), file->fileSize(), thumbnailEdge, &result);
@@ -463,9 +469,18 @@ void Device::download(const Download& request)
         reportDownload(request, Error{ErrorCancelled, QStringLiteral("cancelled")});
         return;
     }
-    OrvTargetFolder folder(request.options.downloadsDirectoryURL.toLocalFile());
+    const QString directory = request.options.downloadsDirectoryURL.toLocalFile();
+    const bool kept = myDownloadFolder && myDownloadFolder->path() == directory;
+    if (!kept)
+        myDownloadFolder = std::make_unique<OrvTargetFolder>(directory);
     QByteArray temporary;
-    const int fd = folder.createTemporary(&temporary);
+    int fd = myDownloadFolder->createTemporary(&temporary);
+    if (fd < 0 && kept && QFileInfo(directory).isDir()) {
+        // The folder went and came back since: opened anew. One that is gone stays gone.
+        myDownloadFolder = std::make_unique<OrvTargetFolder>(directory);
+        fd = myDownloadFolder->createTemporary(&temporary);
+    }
+    OrvTargetFolder& folder = *myDownloadFolder;
     if (fd < 0) {
         reportDownload(request, Error{ErrorWriteFailed, folder.errorString()});
         return;
@@ -473,7 +488,7 @@ void Device::download(const Download& request)
     myCancel.request = request.cancelled;
     qint64 expected = file->fileSize();
     // Only where the bytes come from differs; what is checked of them does not.
-    const int result = myStorage.isValid() ? copyFromStorage(*file, fd, &expected) : copyFromCamera(*file, fd);
+    const int result = myStorage->isValid() ? copyFromStorage(*file, fd, &expected) : copyFromCamera(*file, fd);
     myCancel.request.reset();
     const qint64 written = folder.temporarySize(temporary);
     // libgphoto2 may answer GP_OK after a cancel: the flag decides, and so does the size.
@@ -519,7 +534,7 @@ int Device::copyFromCamera(const ListedFile& file, int fd)
 int Device::copyFromStorage(const ListedFile& file, int fd, qint64* expected)
 {
     // Not the driver's open: that one waits forever on a named pipe and follows any link.
-    const auto source = myStorage.open(file.location().toUtf8(), deviceName(file), OrvUserFile::Media);
+    const auto source = myStorage->open(file.location().toUtf8(), deviceName(file), OrvUserFile::Media);
     if (!source) {
         ::close(fd);
         return GP_ERROR_FILE_NOT_FOUND;
@@ -537,6 +552,18 @@ int Device::copyFromStorage(const ListedFile& file, int fd, qint64* expected)
         if (got <= 0) {
             result = GP_ERROR;
             break;
+        }
+        // A photo not yet dated is dated from its first bytes, here at hand, rather than read again.
+        if (done == 0) {
+            file.dateFrom([&buffer, got] {
+                return captureDate([&buffer, got](qint64 offset, char* data, qint64 size) -> qint64 {
+                    if (offset < 0 || offset >= got)
+                        return 0;
+                    const qint64 count = qMin(size, got - offset);
+                    std::memcpy(data, buffer.constData() + offset, size_t(count));
+                    return count;
+                });
+            });
         }
         if (!writeAll(fd, buffer.constData(), got)) {
             result = GP_ERROR_NO_SPACE;

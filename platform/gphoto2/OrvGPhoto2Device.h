@@ -11,6 +11,7 @@
 #include "OrvImageCapture.h"
 #include "OrvImageCaptureHub.h"
 #include "OrvImageCaptureItem.h"
+#include "OrvTargetFolder.h"
 
 #include <QHash>
 #include <QList>
@@ -56,6 +57,9 @@ public:
     void resumeThread() { myThread.resume(); }
     void waitForThread() { myThread.waitIdle(); }
 
+    // Whether listed items get their thumbnails read (every device of the process).
+    static void setReadsThumbnails(bool reads) { ourReadsThumbnails = reads; }
+
     // Thumbnails kept at once per device; older ones are read again when asked for.
     static constexpr int thumbnailCacheSize = 256;
     static constexpr int thumbnailEdge = 160;
@@ -89,11 +93,14 @@ private:
                                                        const std::shared_ptr<OrvImageCapture::CameraDeviceDelegate>&)>& what);
     void askForThumbnails(int session, const QList<FilePtr>& files, int from);
 
+    static std::atomic<bool> ourReadsThumbnails;
+
     const QString myModel;
     const QString myPort;
     const QString myUuid;
     // Valid for a folder served as a camera: its files are read here, not by the driver.
-    const DiskStorage myStorage;
+    // Shared with the items, which read their dates through it when first asked.
+    const std::shared_ptr<const DiskStorage> myStorage;
     std::function<void(const QString&)> myOnDisconnect;
 
     // Main thread only.
@@ -111,6 +118,8 @@ private:
     Camera* myCamera = nullptr;
     GPContext* myContext = nullptr;
     std::deque<FilePtr> myThumbnailed;
+    // The folder the last download went to, kept open for the next one.
+    std::unique_ptr<OrvTargetFolder> myDownloadFolder;
     // Names listed that do not survive the way through QString, by folder and name as items have them.
     QHash<QString, QByteArray> myDeviceNames;
     CancelSource myCancel;

@@ -39,31 +39,52 @@ bool DiskStorage::contains(const QByteArray& real) const
     return !real.isEmpty() && real.startsWith(myRoot) && (real.size() == myRoot.size() || real.at(myRoot.size()) == '/');
 }
 
-QByteArray DiskStorage::resolve(const QByteArray& folder, const QByteArray& name) const
+QByteArray DiskStorage::realFolder(const QByteArray& path) const
 {
+    {
+        std::lock_guard<std::mutex> lock(myFoldersMutex);
+        const auto known = myFolders.constFind(path);
+        if (known != myFolders.cend())
+            return *known;
+    }
+    const QByteArray real = realPath(path);
+    if (!contains(real))
+        return {};
+    std::lock_guard<std::mutex> lock(myFoldersMutex);
+    myFolders.insert(path, real);
+    return real;
+}
+
+QByteArray DiskStorage::resolve(const QByteArray& folder, const QByteArray& name, struct stat* info) const
+{
+    struct stat own {};
+    if (!info)
+        info = &own;
     if (!isValid() || name.contains('/') || name == ".." || name == "." || folder.contains("/../"))
         return {};
     QByteArray path = myRoot;
     if (!folder.startsWith('/'))
         path += '/';
     path += folder;
-    if (!name.isEmpty()) {
-        if (!path.endsWith('/'))
-            path += '/';
-        path += name;
-    }
-    const QByteArray real = realPath(path);
-    return contains(real) ? real : QByteArray();
+    const QByteArray real = realFolder(path);
+    if (real.isEmpty() || name.isEmpty())
+        return real;
+    const QByteArray file = real + '/' + name;
+    // Anything but a link is itself; a link is followed to wherever it leads.
+    if (::lstat(file.constData(), info) == 0 && !S_ISLNK(info->st_mode))
+        return file;
+    const QByteArray target = realPath(file);
+    return contains(target) && ::lstat(target.constData(), info) == 0 ? target : QByteArray();
 }
 
 bool DiskStorage::isInside(const QByteArray& folder) const { return !resolve(folder, QByteArray()).isEmpty(); }
 
 std::optional<DiskStorage::Entry> DiskStorage::item(const QByteArray& folder, const QByteArray& name) const
 {
-    const QByteArray real = resolve(folder, name);
     struct stat info {};
-    // Resolved, the path has no link left: lstat sees the file itself.
-    if (real.isEmpty() || ::lstat(real.constData(), &info) != 0 || !S_ISREG(info.st_mode) || ::access(real.constData(), R_OK) != 0) {
+    const QByteArray real = resolve(folder, name, &info);
+    // Resolved, the path has no link left: info is of the file itself.
+    if (real.isEmpty() || !S_ISREG(info.st_mode) || ::access(real.constData(), R_OK) != 0) {
         qDebug().noquote() << "Image Capture: not a photo of this storage:" << QString::fromUtf8(folder + '/' + name);
         return std::nullopt;
     }

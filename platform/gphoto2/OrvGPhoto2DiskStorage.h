@@ -11,10 +11,14 @@
 #include "OrvUserFile.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QString>
 
 #include <memory>
+#include <mutex>
 #include <optional>
+
+struct stat;
 
 namespace OrvGPhoto2 {
 
@@ -23,6 +27,8 @@ class DiskStorage
 public:
     // Not valid for a port that is no "disk:" one, or names no folder.
     explicit DiskStorage(const QString& port = QString());
+    DiskStorage(const DiskStorage&) = delete;
+    DiskStorage& operator=(const DiskStorage&) = delete;
     bool isValid() const { return !myRoot.isEmpty(); }
 
     struct Entry
@@ -39,10 +45,17 @@ public:
 
 private:
     // The path that folder/name leads to once its links are resolved; empty when it leaves the storage.
-    QByteArray resolve(const QByteArray& folder, const QByteArray& name) const;
+    // info (where given) gets what lstat tells of a named file there.
+    QByteArray resolve(const QByteArray& folder, const QByteArray& name, struct stat* info = nullptr) const;
     bool contains(const QByteArray& real) const;
+    // The folder's path with its links resolved, once per folder: a photo's own
+    // path then costs one lstat, not a readlink for each folder on the way.
+    // A folder made a link later is caught where a file is opened.
+    QByteArray realFolder(const QByteArray& path) const;
 
     QByteArray myRoot;  // canonical, without a trailing "/"
+    mutable std::mutex myFoldersMutex;
+    mutable QHash<QByteArray, QByteArray> myFolders;  // as asked -> resolved, inside the storage
 };
 
 } // namespace OrvGPhoto2

@@ -2,9 +2,13 @@
 
 #include <QDebug>
 
+#include <gphoto2/gphoto2-library.h>
 #include <gphoto2/gphoto2.h>
 
+#include <QHash>
+
 #include <atomic>
+#include <dlfcn.h>
 #include <mutex>
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -27,20 +31,112 @@ CameraAbilitiesList* abilities = nullptr;
 GPPortInfoList* ports = nullptr;
 
 // Loaded once, under the lock, and kept: port infos point into the list.
-bool loadLists()
+bool loadPorts()
 {
-    if (abilities && ports)
+    if (ports)
+        return true;
+    const LibraryAllocations drivers;
+    if (gp_port_info_list_new(&ports) < GP_OK || gp_port_info_list_load(ports) < GP_OK) {
+        qDebug() << "libgphoto2: cannot load its port list";
+        if (ports)
+            gp_port_info_list_free(ports);
+        ports = nullptr;
+        return false;
+    }
+    return true;
+}
+
+// Every driver's models: loading them all takes a fifth of a second.
+bool loadAbilities()
+{
+    if (abilities)
         return true;
     const LibraryAllocations drivers;
     GPContext* context = gp_context_new();
-    if (gp_abilities_list_new(&abilities) < GP_OK || gp_abilities_list_load(abilities, context) < GP_OK
-        || gp_port_info_list_new(&ports) < GP_OK || gp_port_info_list_load(ports) < GP_OK) {
-        qDebug() << "libgphoto2: cannot load its camera and port lists";
-        gp_context_unref(context);
-        return false;
-    }
+    const bool loaded = gp_abilities_list_new(&abilities) >= GP_OK && gp_abilities_list_load(abilities, context) >= GP_OK;
     gp_context_unref(context);
-    return true;
+    if (!loaded) {
+        qDebug() << "libgphoto2: cannot load its camera list";
+        if (abilities)
+            gp_abilities_list_free(abilities);
+        abilities = nullptr;
+    }
+    return loaded;
+}
+
+bool loadLists() { return loadAbilities() && loadPorts(); }
+
+// Models whose driver is known by its file name: a camera named by hand as one
+// of these needs just that driver, not all of them.
+struct KnownDriver
+{
+    const char* model;
+    const char* driver;
+};
+constexpr KnownDriver knownDrivers[] = {{"Directory Browse", "directory"}};
+
+struct OneDriver
+{
+    CameraAbilitiesList* list = nullptr;  // null when the driver could not be read
+    QByteArray id;
+    QByteArray library;  // as libgphoto2's own list names it: the path without its suffix
+};
+QHash<QByteArray, OneDriver> oneDrivers;  // by driver name; under the lock
+
+QByteArray driverFolder()
+{
+    const QByteArray fromEnvironment = qgetenv("CAMLIBS");
+    return fromEnvironment.isEmpty() ? QByteArray(ORV_GPHOTO2_CAMLIBS) : fromEnvironment;
+}
+
+// The models of one driver, read as libgphoto2 reads every driver's (its camera_id and camera_abilities).
+OneDriver readDriver(const QByteArray& name)
+{
+    OneDriver read;
+    const QByteArray folder = driverFolder();
+    if (folder.isEmpty())
+        return read;
+    read.library = folder + '/' + name;
+    const LibraryAllocations drivers;
+    void* handle = ::dlopen((read.library + ".so").constData(), RTLD_NOW | RTLD_LOCAL);
+    if (!handle)
+        return read;
+    const auto idOf = reinterpret_cast<CameraLibraryIdFunc>(::dlsym(handle, "camera_id"));
+    const auto abilitiesOf = reinterpret_cast<CameraLibraryAbilitiesFunc>(::dlsym(handle, "camera_abilities"));
+    CameraText id {};
+    if (idOf && abilitiesOf && idOf(&id) >= GP_OK && gp_abilities_list_new(&read.list) >= GP_OK) {
+        if (abilitiesOf(read.list) < GP_OK) {
+            gp_abilities_list_free(read.list);
+            read.list = nullptr;
+        }
+        read.id = QByteArray(id.text, int(qstrnlen(id.text, sizeof id.text)));
+    }
+    ::dlclose(handle);
+    return read;
+}
+
+// What libgphoto2 knows of model: from its one driver where that is known, else from every driver's list.
+bool findModel(const QString& model, CameraAbilities* found)
+{
+    if (!abilities) {
+        for (const KnownDriver& known : knownDrivers) {
+            if (model != QLatin1String(known.model))
+                continue;
+            auto driver = oneDrivers.find(known.driver);
+            if (driver == oneDrivers.end())
+                driver = oneDrivers.insert(known.driver, readDriver(known.driver));
+            const int index = driver->list ? gp_abilities_list_lookup_model(driver->list, known.model) : GP_ERROR;
+            if (index >= GP_OK && gp_abilities_list_get_abilities(driver->list, index, found) >= GP_OK) {
+                qstrncpy(found->id, driver->id.constData(), sizeof found->id);
+                qstrncpy(found->library, driver->library.constData(), sizeof found->library);
+                return true;
+            }
+        }
+    }
+    if (!loadAbilities())
+        return false;
+    const int index = gp_abilities_list_lookup_model(abilities, model.toUtf8().constData());
+    return index >= GP_OK && gp_abilities_list_get_abilities(abilities, index, found) >= GP_OK;
 }
 
 GPContextFeedback askCancel(GPContext*, void* data)
@@ -73,14 +169,13 @@ bool setUpCamera(Camera* camera, const QString& model, const QString& port, QStr
 {
     std::lock_guard<std::mutex> lock(listsMutex);
     const LibraryAllocations drivers;
-    if (!loadLists()) {
-        *why = QStringLiteral("libgphoto2 has no camera list");
+    CameraAbilities cameraAbilities;
+    if (!findModel(model, &cameraAbilities)) {
+        *why = abilities ? QStringLiteral("unknown camera model %1").arg(model) : QStringLiteral("libgphoto2 has no camera list");
         return false;
     }
-    const int modelIndex = gp_abilities_list_lookup_model(abilities, model.toUtf8().constData());
-    CameraAbilities cameraAbilities;
-    if (modelIndex < GP_OK || gp_abilities_list_get_abilities(abilities, modelIndex, &cameraAbilities) < GP_OK) {
-        *why = QStringLiteral("unknown camera model %1").arg(model);
+    if (!loadPorts()) {
+        *why = QStringLiteral("libgphoto2 has no port list");
         return false;
     }
     const int portIndex = gp_port_info_list_lookup_path(ports, port.toUtf8().constData());
@@ -129,7 +224,7 @@ QStringList cameraModels()
     QStringList models;
     std::lock_guard<std::mutex> lock(listsMutex);
     const LibraryAllocations drivers;
-    if (!loadLists())
+    if (!loadAbilities())
         return models;
     const int count = gp_abilities_list_count(abilities);
     for (int i = 0; i < count; ++i) {
@@ -144,14 +239,15 @@ bool isKnownModel(const QString& model)
 {
     std::lock_guard<std::mutex> lock(listsMutex);
     const LibraryAllocations drivers;
-    return loadLists() && gp_abilities_list_lookup_model(abilities, model.toUtf8().constData()) >= GP_OK;
+    CameraAbilities found;
+    return findModel(model, &found);
 }
 
 bool isKnownPort(const QString& port)
 {
     std::lock_guard<std::mutex> lock(listsMutex);
     const LibraryAllocations drivers;
-    return loadLists() && gp_port_info_list_lookup_path(ports, port.toUtf8().constData()) >= GP_OK;
+    return loadPorts() && gp_port_info_list_lookup_path(ports, port.toUtf8().constData()) >= GP_OK;
 }
 
 Failure classify(int result)

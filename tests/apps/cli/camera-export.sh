@@ -34,9 +34,9 @@ check() {
         exit 1
     fi
 }
-# Originals as they are, named by what they hold.
+# Originals as they are, named by what they hold, and nothing else left in the folder.
 check "$(run original full original)" "wrote 3 of 7 photos to $d/original" original
-check "$(ls "$d/original" | tr '\n' ' ')" "GOOD.JPG LIAR.png REAL.PNG " "original files"
+check "$(ls -A "$d/original" | tr '\n' ' ')" "GOOD.JPG LIAR.png REAL.PNG " "original files"
 cmp "$d/original/GOOD.JPG" "$d/c/GOOD.JPG" && cmp "$d/original/REAL.PNG" "$d/c/REAL.PNG" \
     && cmp "$d/original/LIAR.png" "$d/c/LIAR.JPG" || exit 1
 check "$(run jpeg full jpeg)" "wrote 3 of 7 photos to $d/jpeg" jpeg
@@ -52,3 +52,10 @@ done
 # Each refused photo named once; the camera's folder as it was.
 check "$(grep -c 'nothing for' "$d/original.err")" 4 "refusals"
 check "$(ls -l "$d/c" | md5sum)" "$before" "camera folder"
+# A camera named by hand is the one an export works on: no other is looked for. Without one, cameras are.
+"$program" --verbose --camera "Directory Browse=disk:$d/c" export --source appleimagecapture --album "Directory Browse" \
+    --out "$d/named" --wait 20 --size full --format original > /dev/null 2> "$d/named.log"
+check "$(grep -c 'looking for cameras' "$d/named.log")" 0 "cameras looked for with one named"
+check "$(ls -A "$d/named" | tr '\n' ' ')" "GOOD.JPG LIAR.png REAL.PNG " "named camera's files"
+"$program" --verbose tree --source appleimagecapture > /dev/null 2> "$d/detected.log"
+check "$(grep -c 'looking for cameras' "$d/detected.log")" 1 "cameras looked for without one named"

@@ -13,6 +13,7 @@
 #include "OrvQtCompat.h"
 #include "gphoto2/OrvGPhoto2Backend.h"
 #include "gphoto2/OrvGPhoto2CaptureDate.h"
+#include "gphoto2/OrvGPhoto2Library.h"
 #include "gphoto2/OrvGPhoto2TaskThread.h"
 #include "gphoto2/OrvGPhoto2Thumbnail.h"
 #include "gphoto2/OrvXdgMimeApps.h"
@@ -176,6 +177,7 @@ protected:
     }
     void TearDown() override
     {
+        OrvGPhoto2::setReadsThumbnails(true);
         OrvGPhoto2::removeAddedCameras();
         OrvTest::waitFor([] { return false; }, 50);
         database.reset();
@@ -250,6 +252,42 @@ TEST_F(GPhoto2Test, TheThumbnailComesFromTheExifBlockAndTheDownloadIsTheFile)
     }();
     EXPECT_EQ(fromWorker, OrvTest::makeJpeg(320, 200));
     EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
+}
+
+TEST_F(GPhoto2Test, AProgramThatShowsNoThumbnailHasNoneReadAndItsDownloadsStillCome)
+{
+    OrvGPhoto2::setReadsThumbnails(false);
+    const OrvExternalFotoList fotos = openCamera(3);
+    const auto device = OrvGPhoto2::connectedDevice(uuid);
+    ASSERT_TRUE(device);
+    // Whatever the complete catalogue asks of the camera's thread has been done.
+    QCoreApplication::processEvents();
+    device->waitForThread();
+    QCoreApplication::processEvents();
+    for (const OrvExternalFoto& foto : fotos) {
+        EXPECT_EQ(database->drawable(foto.id(), QSize(100, 100)).size(), QSize(64, 64)) << foto.fileName().toStdString();
+        EXPECT_FALSE(database->byteArray(foto.id()).isEmpty());
+    }
+    EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
+}
+
+TEST_F(GPhoto2Test, APhotoIsDatedWhenFirstAskedOrFromItsDownloadWhicheverComesFirst)
+{
+    const QDateTime withOffset = OrvQt::withOffset(QDate(2021, 3, 4), QTime(5, 6, 7), -5 * 3600);
+    write(QStringLiteral("DCIM/102TEST/ASKED.JPG"), jpegTakenAt(OrvTest::makeJpeg(64, 48), withOffset));
+    write(QStringLiteral("DCIM/102TEST/LOADED.JPG"), jpegTakenAt(OrvTest::makeJpeg(64, 48), withOffset));
+    const OrvExternalFotoList fotos = openCamera(5);
+    QHash<QString, OrvExternalFoto> byName;
+    for (const OrvExternalFoto& foto : fotos)
+        byName.insert(foto.name(), foto);
+    ASSERT_TRUE(byName.contains("ASKED.JPG") && byName.contains("LOADED.JPG"));
+    EXPECT_EQ(OrvFotoDate::takenOf(database.get(), byName.value("ASKED.JPG")), withOffset);
+    // Downloaded before anyone asked, then gone from the card: its date came with the download.
+    EXPECT_FALSE(database->byteArray(byName.value("LOADED.JPG").id()).isEmpty());
+    ASSERT_TRUE(QFile::remove(storage.filePath(QStringLiteral("DCIM/102TEST/LOADED.JPG"))));
+    ASSERT_TRUE(QFile::remove(storage.filePath(QStringLiteral("DCIM/102TEST/ASKED.JPG"))));
+    EXPECT_EQ(OrvFotoDate::takenOf(database.get(), byName.value("LOADED.JPG")), withOffset);
+    EXPECT_EQ(OrvFotoDate::takenOf(database.get(), byName.value("ASKED.JPG")), withOffset);
 }
 
 TEST_F(GPhoto2Test, PhotosWithoutAnExifThumbnailGetOneDecodedAndAreDatedWhenTaken)
@@ -583,6 +621,19 @@ TEST_F(GPhoto2Test, APhotoSwappedForAPipeAsItsDownloadOpensBlocksNothing)
     EXPECT_TRUE(leftInTemporaryFolder().isEmpty());
     if (!path.isEmpty())
         QFile::remove(path);
+}
+
+TEST_F(GPhoto2Test, ACameraNamedByItsModelOpensAndEveryOtherModelStaysKnown)
+{
+    QString why;
+    EXPECT_EQ(OrvGPhoto2::checkCamera(model, port, &why), OrvGPhoto2::CameraCheck::Opens) << why.toStdString();
+    // Its driver alone may serve the directory; the models of all the others are still there.
+    EXPECT_TRUE(OrvGPhoto2::isKnownModel(QStringLiteral("USB PTP Class Camera")));
+    EXPECT_EQ(OrvGPhoto2::checkCamera(QStringLiteral("No Such Camera 9000"), port, &why), OrvGPhoto2::CameraCheck::UnknownModel);
+    const QStringList models = OrvGPhoto2::cameraModels();
+    EXPECT_TRUE(models.contains(model));
+    EXPECT_GT(models.size(), 100);
+    EXPECT_EQ(OrvGPhoto2::checkCamera(model, port, &why), OrvGPhoto2::CameraCheck::Opens) << why.toStdString();
 }
 
 TEST_F(GPhoto2Test, ThePortMustNameAFolderWithSomethingInIt)
