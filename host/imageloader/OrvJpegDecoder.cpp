@@ -252,6 +252,26 @@ int OrvJpegDecoder::orientation() const { return d->orientation; }
 
 QString OrvJpegDecoder::errorString() const { return d->error; }
 
+namespace {
+
+// The smallest eighth of stored that still covers wanted.
+int eighthsCovering(const QSize& stored, const QSize& wanted)
+{
+    const auto eighth = [](int edge, int eighths) { return (qint64(edge) * eighths + 7) / 8; };
+    int eighths = 1;
+    while (eighths < 8 && (eighth(stored.width(), eighths) < wanted.width() || eighth(stored.height(), eighths) < wanted.height()))
+        ++eighths;
+    return eighths;
+}
+
+} // namespace
+
+QSize OrvJpegDecoder::coveringEighth(const QSize& stored, const QSize& wanted)
+{
+    const int eighths = eighthsCovering(stored, wanted);
+    return QSize(int((qint64(stored.width()) * eighths + 7) / 8), int((qint64(stored.height()) * eighths + 7) / 8));
+}
+
 // Only plain values live in the frames that a libjpeg error jumps out of:
 // jumping over a C++ destructor would be undefined.
 bool OrvJpegDecoder::Private::configure(const QSize& scaledSize, bool* cmyk)
@@ -261,13 +281,7 @@ bool OrvJpegDecoder::Private::configure(const QSize& scaledSize, bool* cmyk)
         return false;
     }
     if (scaledSize.isValid()) {
-        // The smallest eighth that still covers the wanted size.
-        int eighths = 1;
-        while (eighths < 8 && (qint64(info.image_width) * eighths + 7) / 8 < scaledSize.width())
-            ++eighths;
-        while (eighths < 8 && (qint64(info.image_height) * eighths + 7) / 8 < scaledSize.height())
-            ++eighths;
-        info.scale_num = unsigned(eighths);
+        info.scale_num = unsigned(eighthsCovering(QSize(int(info.image_width), int(info.image_height)), scaledSize));
         info.scale_denom = 8;
     }
     *cmyk = false;

@@ -34,6 +34,9 @@ public:
     // photos, does not matter). Reads, never decodes: a file cut off is told
     // from a whole one at the speed of reading it.
     static bool reachesEnd(OrvUserFile* file);
+    // What a scaled decode of stored gives for wanted: the smallest eighth of
+    // stored that covers wanted (stored itself when none does).
+    static QSize coveringEighth(const QSize& stored, const QSize& wanted);
 
     // Parses up to the first scan. False for what is no JPEG.
     bool readHeader();

@@ -1,6 +1,7 @@
 #include "OrvPhotosLibraryImageManager.h"
 
 #include "OrvImageIO.h"
+#include "OrvJpegDecoder.h"
 #include "OrvMediaLoader.h"
 #include "OrvPhotoKitModelImageSize.h"
 #include "OrvPhotosLibraryFiles.h"
@@ -67,15 +68,8 @@ QImage decode(const QString& path, const QSize& needed, const QSize& shown)
 {
     if (!needed.isValid())
         return OrvImageIO::uprightThumbnail(path, 0);
-    int bound = std::max(needed.width(), needed.height());
-    if (shown.isValid() && !shown.isEmpty()) {
-        const auto eighth = [](int edge, int eighths) { return int((qint64(edge) * eighths + 7) / 8); };
-        int eighths = 1;
-        while (eighths < 8 && (eighth(shown.width(), eighths) < needed.width() || eighth(shown.height(), eighths) < needed.height()))
-            ++eighths;
-        bound = std::max(eighth(shown.width(), eighths), eighth(shown.height(), eighths));
-    }
-    return OrvImageIO::uprightThumbnail(path, bound);
+    const QSize decoded = shown.isValid() && !shown.isEmpty() ? OrvJpegDecoder::coveringEighth(shown, needed) : needed;
+    return OrvImageIO::uprightThumbnail(path, std::max(decoded.width(), decoded.height()));
 }
 
 } // namespace
