@@ -135,12 +135,29 @@ struct GatedData : OrvFotoRetrieverData
     OrvExternalId myId;
 };
 
+struct GatedMetaData : OrvFotoRetrieverMetaData
+{
+    explicit GatedMetaData(GatedSource* source) : mySource(source) {}
+    OrvFotoMetaData metaData() override
+    {
+        if (QThread::currentThread() == QCoreApplication::instance()->thread())
+            mySource->metaDataOnMain = true;
+        OrvFotoMetaData metaData;
+        metaData.setPictureTaken(mySource->metaDataTaken);
+        return metaData;
+    }
+    GatedSource* mySource;
+};
+
 struct GatedRetriever : OrvFotoRetrieverInterfaceReadOnly
 {
     GatedRetriever(const GatedSource* source, const OrvExternalId& id) : mySource(source), myId(id) {}
     OrvFotoRetrieverInterface* clone() const override { return new GatedRetriever(mySource, myId); }
     OrvFotoRetrieverData* retrieve(const QSize&) override { return new GatedData(mySource, myId); }
-    OrvFotoRetrieverMetaData* retrieveMetaData() override { return nullptr; }
+    OrvFotoRetrieverMetaData* retrieveMetaData() override
+    {
+        return mySource->metaDataTaken.isValid() ? new GatedMetaData(const_cast<GatedSource*>(mySource)) : nullptr;
+    }
     bool operator==(const OrvFotoRetrieverInterface&) const override { return false; }
     size_t hash() const override { return 0; }
     const GatedSource* mySource;

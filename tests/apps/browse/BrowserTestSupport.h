@@ -13,6 +13,7 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -79,6 +80,9 @@ struct GatedSource : OrvExternalDatabase
     bool offMainThread = true;
     // Bitmaps this much wider than asked for, as an aspect fill gives them.
     double widerBy = 1.0;
+    // Where valid, the date the fotos' metadata gives (as a camera's does); whether it was read on the main thread.
+    QDateTime metaDataTaken;
+    std::atomic<bool> metaDataOnMain{false};
 };
 
 } // namespace BrowserTest

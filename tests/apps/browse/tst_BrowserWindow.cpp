@@ -104,6 +104,20 @@ TEST(BrowserWindow, ThumbnailsForWhatIsVisible)
     EXPECT_EQ(window.gridModel()->index(29, 0).data(OrvFotoGridModel::ThumbnailStateRole).toInt(), OrvFotoGridModel::Shown);
 }
 
+TEST(BrowserWindow, APhotoWithoutADateIsDatedFromMetadataReadOffTheMainThread)
+{
+    GatedSource source;
+    source.metaDataTaken = QDateTime(QDate(2021, 6, 21), QTime(21, 10), Qt::LocalTime);
+    const OrvExternalId album = source.addAlbum(QStringLiteral("Card"), {QStringLiteral("undated")});
+    OrvBrowserWindow window({&source});
+    window.show();
+    ASSERT_TRUE(window.openAlbum(&source, album));
+    ASSERT_EQ(window.gridModel()->rowCount(), 1);
+    const QString taken = OrvFotoDate::toDisplayString(source.metaDataTaken, QLocale::ShortFormat);
+    ASSERT_TRUE(OrvTest::waitFor([&] { return window.gridModel()->index(0, 0).data().toString().endsWith(taken); }, 20000));
+    EXPECT_FALSE(source.metaDataOnMain) << "a paint waited for a source's metadata";
+}
+
 TEST(BrowserWindow, ThumbnailsThatComeLaterReplaceThePlaceholderOnTheFirstScreen)
 {
     // As a camera answers before it has read its thumbnails: the host's placeholder, then the news.
